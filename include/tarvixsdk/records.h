@@ -1,0 +1,126 @@
+/*
+ * tarvixsdk: the plain records that the C++ classes and the flat C functions share.
+ *
+ * One definition serves both languages, so a pointer handed across the flat interface points
+ * at the very same type. Everything here is standard layout; in C++ the Notification record
+ * additionally offers its typed views as member functions, which do not change its layout.
+ */
+#ifndef TARVIXSDK_RECORDS_H
+#define TARVIXSDK_RECORDS_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "export.h"
+
+#ifdef __cplusplus
+#  define TARVIX_MUTABLE mutable
+#else
+#  define TARVIX_MUTABLE
+#endif
+
+/**
+ * Kind of an unsolicited frame (a frame whose transaction id is 0), from its notification code.
+ * Stored as a 32-bit value.
+ */
+#ifdef __cplusplus
+enum class NotificationKind : uint32_t {
+    I3C_HOT_JOIN = 0,   /**< code 0x1982: a new I3C target asked to join the bus */
+    I3C_IBI = 1,        /**< code 0x1981: an I3C in-band interrupt */
+    GPIO_INTERRUPT = 2, /**< code 0x1481: an armed GPIO pin fired */
+    UART_RX = 3,        /**< code 0x1081: bytes received on the UART */
+    UNKNOWN = 4         /**< any other code (or a frame too short to carry one) */
+};
+#else
+typedef uint32_t NotificationKind;
+#  define NotificationKind_I3C_HOT_JOIN ((NotificationKind)0)
+#  define NotificationKind_I3C_IBI ((NotificationKind)1)
+#  define NotificationKind_GPIO_INTERRUPT ((NotificationKind)2)
+#  define NotificationKind_UART_RX ((NotificationKind)3)
+#  define NotificationKind_UNKNOWN ((NotificationKind)4)
+#endif
+
+/** GPIO interrupt: the pin that fired (frame byte 6, a GpioPinNumber value). */
+typedef struct GpioInterruptNotification {
+    uint8_t pinNumber;
+} GpioInterruptNotification;
+
+/** I3C in-band interrupt. `payload` points into the notification's frame. */
+typedef struct I3cIbiNotification {
+    uint8_t targetAddress;  /**< frame byte 6: the dynamic address of the interrupting target */
+    const uint8_t* payload; /**< frame byte 8 onward */
+    size_t payloadLength;   /**< frame byte 7 (bounded, in C++ views, by the bytes that arrived) */
+} I3cIbiNotification;
+
+/** I3C hot-join: identity of the joining target and the address it was given. */
+typedef struct I3cHotJoinNotification {
+    uint8_t provisionalId[6]; /**< frame bytes 6..11, in frame order */
+    uint8_t bcr;              /**< frame byte 12 */
+    uint8_t dcr;              /**< frame byte 13 */
+    uint8_t dynamicAddress;   /**< frame byte 14 */
+} I3cHotJoinNotification;
+
+/** UART bytes received. `data` points into the notification's frame. */
+typedef struct UartRxNotification {
+    const uint8_t* data; /**< frame byte 8 onward */
+    size_t dataLength;   /**< u16 LE at frame bytes 6..7 (bounded, in C++ views, by the bytes that arrived) */
+} UartRxNotification;
+
+/**
+ * One unsolicited frame as handed to a notification handler.
+ *
+ * The record does not own the frame: `data` and every pointer inside a view are valid only during
+ * the handler call (the frame is the transport's reassembly buffer). A handler that needs the
+ * bytes later copies them.
+ */
+typedef struct Notification {
+    NotificationKind kind; /**< decoded from the code at frame bytes 2..3 */
+    const uint8_t* data;   /**< byte 0 of the whole frame (transaction id low byte) */
+    size_t length;         /**< size of the whole frame in bytes */
+
+    /* Cache slots of the typed views below, zeroed when the record is built. */
+    TARVIX_MUTABLE I3cHotJoinNotification hotJoinView;
+    TARVIX_MUTABLE I3cIbiNotification ibiView;
+    TARVIX_MUTABLE GpioInterruptNotification gpioView;
+    TARVIX_MUTABLE UartRxNotification uartRxView;
+
+#ifdef __cplusplus
+    /**
+     * The typed views. Each returns null unless the kind matches and the frame is long enough
+     * (GPIO 7 bytes, IBI 8, hot-join 15, UART 8). On success it fills its slot in this record
+     * and returns a pointer to it. Declared lengths inside the frame (`payloadLength`,
+     * `dataLength`) are cut to the bytes that actually arrived, so a view never points past the
+     * frame.
+     */
+    TARVIX_API const GpioInterruptNotification* gpio() const noexcept;
+    TARVIX_API const I3cIbiNotification* i3cIbi() const noexcept;
+    TARVIX_API const I3cHotJoinNotification* i3cHotJoin() const noexcept;
+    TARVIX_API const UartRxNotification* uartRx() const noexcept;
+#endif
+} Notification;
+
+/**
+ * One I3C target as the adapter's target table holds it: exactly 16 bytes, no padding, the same
+ * layout in memory and on the wire (16-bit fields little-endian).
+ */
+typedef struct I3cTargetInfo {
+    uint8_t staticAddress;  /**< offset 0 */
+    uint8_t dynamicAddress; /**< offset 1 */
+    uint8_t pid[6];         /**< offsets 2..7: 48-bit Provisioned ID, most significant byte first */
+    uint8_t bcr;            /**< offset 8: Bus Characteristics Register */
+    uint8_t dcr;            /**< offset 9: Device Characteristics Register */
+    uint16_t extraWord1;    /**< offsets 10..11, carried unchanged */
+    uint16_t extraWord2;    /**< offsets 12..13, carried unchanged */
+    uint8_t extraByte1;     /**< offset 14, carried unchanged */
+    uint8_t extraByte2;     /**< offset 15, carried unchanged */
+} I3cTargetInfo;
+
+#ifdef __cplusplus
+static_assert(sizeof(I3cTargetInfo) == 16, "I3cTargetInfo is a 16-byte wire record");
+static_assert(offsetof(I3cTargetInfo, extraWord1) == 10, "I3cTargetInfo layout");
+static_assert(offsetof(I3cTargetInfo, extraByte2) == 15, "I3cTargetInfo layout");
+#else
+_Static_assert(sizeof(I3cTargetInfo) == 16, "I3cTargetInfo is a 16-byte wire record");
+#endif
+
+#endif /* TARVIXSDK_RECORDS_H */

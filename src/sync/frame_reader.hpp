@@ -1,0 +1,79 @@
+// Bounds-checked reading of a response frame: bytes 0..1 transaction id, 2..3 code, 4..5 device
+// status, payload from 6. Nothing is ever read outside the frame, whatever the device claims.
+#pragma once
+
+#include <tarvixsdk/types.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace tarvix_detail {
+
+class FrameReader {
+public:
+    static constexpr std::size_t kStatusOffset = 4;
+    static constexpr std::size_t kHeaderSize = 6;
+
+    explicit FrameReader(const std::vector<std::uint8_t>& frame) noexcept : frame_(frame) {}
+
+    std::size_t size() const noexcept { return frame_.size(); }
+    bool has(std::size_t bytes) const noexcept { return frame_.size() >= bytes; }
+
+    // Fixed fields. A field that did not arrive reads as 0 and marks the frame short, so that a
+    // status of 0 is not reported for a response that lacks what the method decodes.
+    std::uint8_t u8(std::size_t offset) const noexcept
+    {
+        if (offset >= frame_.size()) {
+            short_ = true;
+            return 0;
+        }
+        return frame_[offset];
+    }
+    std::uint16_t u16(std::size_t offset) const noexcept
+    {
+        return static_cast<std::uint16_t>(u8(offset) | (u8(offset + 1) << 8));
+    }
+    std::uint16_t u16be(std::size_t offset) const noexcept
+    {
+        return static_cast<std::uint16_t>((u8(offset) << 8) | u8(offset + 1));
+    }
+
+    // Variable data: replaces `out` with `count` bytes from `offset`, cut to what arrived.
+    void bytes(std::size_t offset, std::size_t count, std::vector<std::uint8_t>& out) const
+    {
+        const std::size_t begin = std::min(offset, frame_.size());
+        const std::size_t n = std::min(count, frame_.size() - begin);
+        out.assign(frame_.begin() + static_cast<std::ptrdiff_t>(begin),
+                   frame_.begin() + static_cast<std::ptrdiff_t>(begin + n));
+    }
+
+    // A decoder's own verdict (e.g. a scan answer that promises more entries than it holds).
+    void fail(StatusCode status) noexcept { verdict_ = status; }
+
+    // What the blocking method returns: the decoder's verdict, else RESPONSE_TOO_SHORT for a
+    // frame without a status or for a status 0 whose fields were missing, else the device status.
+    StatusCode result() const noexcept
+    {
+        if (verdict_) {
+            return *verdict_;
+        }
+        if (!has(kHeaderSize)) {
+            return StatusCode::RESPONSE_TOO_SHORT;
+        }
+        const auto status = static_cast<StatusCode>(frame_[kStatusOffset] | (frame_[kStatusOffset + 1] << 8));
+        if (status == StatusCode::SUCCESS && short_) {
+            return StatusCode::RESPONSE_TOO_SHORT;
+        }
+        return status;
+    }
+
+private:
+    const std::vector<std::uint8_t>& frame_;
+    mutable bool short_ = false;
+    std::optional<StatusCode> verdict_;
+};
+
+} // namespace tarvix_detail

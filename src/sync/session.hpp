@@ -1,0 +1,87 @@
+// State behind TarvixSDK and the one send-and-wait that every blocking method uses.
+#pragma once
+
+#include <tarvixsdk/tarvixsdk.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "frame_reader.hpp"
+#include "waiter.hpp"
+
+namespace tarvix_detail {
+
+class SyncSession {
+public:
+    explicit SyncSession(int timeoutMs);
+    ~SyncSession();
+    SyncSession(const SyncSession&) = delete;
+    SyncSession& operator=(const SyncSession&) = delete;
+
+    // Transaction ids run 1..65535 and wrap to 1: 0 is reserved for notifications.
+    TransactionId nextTransactionId() noexcept
+    {
+        counter_ = counter_ < 0xFFFF ? static_cast<TransactionId>(counter_ + 1) : TransactionId{1};
+        return counter_;
+    }
+
+    // One request: `send(async, id)` issues it through the asynchronous method of the same name.
+    // A non-zero asynchronous status is returned as it is (nothing was sent, nothing is awaited);
+    // otherwise the call waits for the next response, after which `response()` holds it.
+    template <class Send>
+    StatusCode exchange(Send&& send, TransactionId& transactionId)
+    {
+        transactionId = nextTransactionId();
+        const StatusCode sent = send(async, transactionId);
+        if (sent != StatusCode::SUCCESS) {
+            return sent;
+        }
+        return waiter_.wait(response_) ? StatusCode::SUCCESS : StatusCode::NO_RESPONSE;
+    }
+
+    // The blocking method pattern: exchange, then `decode(reader)` writes the outputs from the
+    // response (before the status is looked at), then the status is returned.
+    template <class Send, class Decode>
+    StatusCode call(Send&& send, Decode&& decode)
+    {
+        TransactionId transactionId = 0;
+        const StatusCode exchanged = exchange(send, transactionId);
+        if (exchanged != StatusCode::SUCCESS) {
+            return exchanged;
+        }
+        FrameReader reader(response_);
+        decode(reader);
+        return reader.result();
+    }
+
+    template <class Send>
+    StatusCode call(Send&& send)
+    {
+        return call(send, [](const FrameReader&) {});
+    }
+
+    const std::vector<std::uint8_t>& response() const noexcept { return response_; }
+
+    // Reader thread: a frame with a transaction id is the response being waited for; a frame
+    // with transaction id 0 is a notification for the application's handler.
+    void handleResponse(const std::vector<std::uint8_t>& frame);
+    void setNotificationHandler(TarvixSDK::NotificationHandler handler);
+
+private:
+    ResponseWaiter waiter_; // constructed before, and destroyed after, the session that feeds it
+
+public:
+    TarvixAsyncSDK async;
+
+private:
+    TransactionId counter_ = 0;
+    std::vector<std::uint8_t> response_; // caller thread only
+    // Swapped atomically so that onNotification may replace it while the reader runs it.
+    std::shared_ptr<const TarvixSDK::NotificationHandler> notificationHandler_;
+};
+
+// Builds the record handed to notification handlers (views zeroed, filled on demand).
+Notification makeNotification(const std::vector<std::uint8_t>& frame) noexcept;
+
+} // namespace tarvix_detail

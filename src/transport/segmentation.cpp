@@ -1,0 +1,96 @@
+#include "segmentation.hpp"
+
+#include <algorithm>
+
+namespace tarvix_detail {
+
+void ReportSegmenter::segment(const std::uint8_t* frame, std::size_t size,
+                              std::vector<std::vector<std::uint8_t>>& out) const
+{
+    const std::size_t count = (size + capacity_ - 1) / capacity_;
+    out.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t offset = i * capacity_;
+        const std::size_t n = std::min(size - offset, capacity_);
+        std::uint16_t header = static_cast<std::uint16_t>(n << 2);
+        if (i == 0) {
+            header |= kSegmentFirst;
+        }
+        if (i + 1 == count) {
+            header |= kSegmentLast;
+        }
+        std::vector<std::uint8_t>& segment = out[i];
+        segment.resize(2 + n);
+        segment[0] = static_cast<std::uint8_t>(header & 0xFF);
+        segment[1] = static_cast<std::uint8_t>(header >> 8);
+        std::copy(frame + offset, frame + offset + n, segment.begin() + 2);
+    }
+}
+
+bool Reassembler::accept(const std::uint8_t* report, std::size_t size)
+{
+    if (size < 2) {
+        return false;
+    }
+    const std::uint16_t header = static_cast<std::uint16_t>(report[0] | (report[1] << 8));
+    if ((header & kSegmentFirst) != 0) {
+        buffer_.clear();
+        overflowed_ = false;
+    }
+    // The count field can claim up to 1023 bytes; a report carries at most size - 2.
+    const std::size_t n = std::min<std::size_t>((header >> 2) & 0x3FF, size - 2);
+    if (overflowed_ || buffer_.size() + n > kMaxFrameSize) {
+        buffer_.clear();
+        overflowed_ = true;
+        return false;
+    }
+    // A continuation without a first segment joins whatever the buffer holds.
+    buffer_.insert(buffer_.end(), report + 2, report + 2 + n);
+    // The buffer is not emptied after delivery, only by the next first segment.
+    return (header & kSegmentLast) != 0;
+}
+
+FrameLink::FrameLink()
+{
+    transport_.setReceiveHandler(
+        [this](const std::uint8_t* report, std::size_t size) { onReport(report, size); });
+}
+
+FrameLink::~FrameLink()
+{
+    // Stop the reader before any member it uses (handler, reassembly buffer) goes away.
+    transport_.close();
+}
+
+bool FrameLink::connect(const std::string& path, const std::string& serial)
+{
+    if (!transport_.open(path, serial)) {
+        return false;
+    }
+    segmenter_.emplace(transport_.reportSize());
+    return true;
+}
+
+void FrameLink::disconnect() { transport_.close(); }
+
+void FrameLink::send(const std::vector<std::uint8_t>& frame)
+{
+    if (!segmenter_) {
+        return;
+    }
+    segmenter_->segment(frame.data(), frame.size(), segments_);
+    for (const std::vector<std::uint8_t>& segment : segments_) {
+        transport_.write(segment.data(), segment.size());
+    }
+}
+
+void FrameLink::setResponseHandler(FrameHandler handler) { handler_ = std::move(handler); }
+
+void FrameLink::onReport(const std::uint8_t* report, std::size_t size)
+{
+    if (reassembler_.accept(report, size) && handler_) {
+        handler_(reassembler_.frame());
+    }
+}
+
+} // namespace tarvix_detail
