@@ -32,6 +32,7 @@
 
 #include "export.h"
 #include "records.h"
+#include "i3c_helpers.hpp"
 #include "types.hpp"
 
 namespace tarvix_detail {
