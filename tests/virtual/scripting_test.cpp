@@ -1,0 +1,131 @@
+// Controlling the answers: responders, scripts, delays, drops, notifications, faults.
+#include <thread>
+
+#include "virtual_test_support.hpp"
+
+namespace {
+
+class Scripting : public VirtualAdapterTest {
+protected:
+    std::optional<vt::VirtualAdapter> adapter;
+    hid_device* dev = nullptr;
+    void SetUp() override {
+        VirtualAdapterTest::SetUp();
+        adapter = vt::attach();
+        dev = open(*adapter);
+        ASSERT_NE(dev, nullptr);
+    }
+};
+
+TEST_F(Scripting, Responder_ReplacesTheFirmwareForItsCodeOnly) {
+    std::vector<vt::Bytes> seen;
+    adapter->setResponder(0x1403, [&](const vt::Bytes& request) {
+        seen.push_back(request);
+        return std::vector<vt::Bytes>{
+            vt::responseFrame(vt::transactionIdOf(request), vt::commandCodeOf(request), 0x0042, {1, 0}),
+            vt::notificationFrame(vt::codes::GPIO_INTERRUPT, 0, {7})};
+    });
+    EXPECT_EQ(roundTrip(dev, requestFrame(8, 0x1403, {3})), vt::responseFrame(8, 0x1403, 0x42, {1, 0}));
+    EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(0x1481, 0, {7}));
+    EXPECT_EQ(seen, std::vector<vt::Bytes>{requestFrame(8, 0x1403, {3})});
+    EXPECT_EQ(roundTrip(dev, requestFrame(9, 0x1404)), vt::responseFrame(9, 0x1404, 0));
+
+    adapter->setResponder(0x1403, [](const vt::Bytes&) { return std::vector<vt::Bytes>{}; });
+    ASSERT_TRUE(writeFrame(dev, requestFrame(10, 0x1403), 64));
+    EXPECT_TRUE(readReport(dev, 64, 0).empty());
+    adapter->clearResponder(0x1403);
+    EXPECT_EQ(roundTrip(dev, requestFrame(11, 0x1403)), vt::responseFrame(11, 0x1403, 0));
+}
+
+TEST_F(Scripting, Responder_MayUseTheControlApiAndThrowSafely) {
+    adapter->setResponder(0x1001, [this](const vt::Bytes&) {
+        adapter->injectNotification(vt::codes::UART_RX, 0, {1, 0, 'A'});
+        return std::vector<vt::Bytes>{};
+    });
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x1001), 64));
+    EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(0x1081, 0, {1, 0, 'A'}));
+
+    adapter->setResponder(0x1002, [](const vt::Bytes&) -> std::vector<vt::Bytes> { throw std::runtime_error("x"); });
+    EXPECT_FALSE(writeFrame(dev, requestFrame(2, 0x1002), 64));
+    EXPECT_EQ(roundTrip(dev, requestFrame(3, 0x0407, {5})), vt::responseFrame(3, 0x0407, 0, {3, 'A', '1'}));
+}
+
+TEST_F(Scripting, ScriptedFrames_AnswerOnlyTheNextRequest) {
+    const vt::Bytes wrong = vt::responseFrame(99, 0x0407, 0, {4, 'a', 'b', 'c'});
+    adapter->answerNextRequestWithFrames({wrong, patternBytes(70)});
+    EXPECT_EQ(roundTrip(dev, requestFrame(1, 0x0407, {1})), wrong);
+    EXPECT_EQ(readFrame(dev, 64, 0), patternBytes(70));
+    EXPECT_EQ(roundTrip(dev, requestFrame(2, 0x0407, {5})), vt::responseFrame(2, 0x0407, 0, {3, 'A', '1'}));
+}
+
+TEST_F(Scripting, ScriptedReports_AreSentVerbatim) {
+    vt::Bytes lying(64, 0x55);
+    lying[0] = 0xFF;  // claims 1023 bytes, first and last
+    lying[1] = 0x0F;
+    const vt::Bytes shortReport{0x0B, 0x00, 1, 2};
+    adapter->answerNextRequestWithReports({lying, shortReport});
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x1401), 64));
+    EXPECT_EQ(readReport(dev, 64, 0), lying);
+    EXPECT_EQ(readReport(dev, 64, 0), shortReport);
+    EXPECT_TRUE(readReport(dev, 64, 0).empty());
+}
+
+TEST_F(Scripting, Notification_IsSegmentedWithTransactionIdZero) {
+    adapter->injectNotification(vt::codes::I3C_IBI, 0x0003, patternBytes(100));
+    std::vector<vt::Bytes> reports;
+    const auto frame = readFrame(dev, 64, 0, &reports);
+    EXPECT_EQ(frame, vt::notificationFrame(0x1981, 3, patternBytes(100)));
+    EXPECT_EQ(reports.size(), 2u);
+    adapter->sendFrame(vt::Bytes{});  // an empty frame sends nothing
+    EXPECT_TRUE(readReport(dev, 64, 0).empty());
+}
+
+TEST_F(Scripting, Delay_HoldsTheAnswerButNotLaterNotifications) {
+    adapter->setResponseDelay(60ms);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x0407, {4}), 64));
+    EXPECT_TRUE(readReport(dev, 64, 0).empty());
+    adapter->injectNotification(vt::codes::I3C_HOT_JOIN, 0, {});
+    EXPECT_EQ(readFrame(dev, 64, 1000), vt::notificationFrame(0x1982, 0));  // overtakes the answer
+    EXPECT_EQ(readFrame(dev, 64, 5), std::nullopt);
+    EXPECT_EQ(readFrame(dev, 64, -1), vt::responseFrame(1, 0x0407, 0, {6, '1', '.', '0', '.', '0'}));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 60ms);
+
+    adapter->setResponseDelay(0ms);
+    EXPECT_TRUE(roundTrip(dev, requestFrame(2, 0x0407, {4}), 64, 0));
+}
+
+TEST_F(Scripting, Drop_SwallowsTheNextAnswersOnly) {
+    adapter->dropNextResponses(2);
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x0401), 64));  // unanswered anyway: not counted
+    ASSERT_TRUE(writeFrame(dev, requestFrame(2, 0x1401), 64));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(3, 0x1401), 64));
+    EXPECT_TRUE(readReport(dev, 64, 0).empty());
+    EXPECT_EQ(roundTrip(dev, requestFrame(4, 0x1401)), vt::responseFrame(4, 0x1401, 0));
+}
+
+TEST_F(Scripting, WriteFailure_ReturnsMinusOneAndReachesNoFirmware) {
+    adapter->setWriteFails(true);
+    const vt::Bytes report = outputReports(requestFrame(1, 0x0407, {1}), 64)[0];
+    EXPECT_EQ(hid_write(dev, report.data(), report.size()), -1);
+    ASSERT_EQ(adapter->writtenReports().size(), 1u);
+    EXPECT_FALSE(adapter->writtenReports()[0].accepted);
+    EXPECT_FALSE(adapter->waitForRequests(1, 0ms));
+    adapter->setWriteFails(false);
+    EXPECT_EQ(hid_write(dev, report.data(), report.size()), 65);
+}
+
+TEST_F(Scripting, Records_ClearAndStopWhileRequestsAreStillCounted) {
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x0401), 64));
+    adapter->clearRecords();
+    EXPECT_TRUE(adapter->writtenReports().empty());
+    EXPECT_FALSE(adapter->waitForRequests(1, 10ms));
+    adapter->setRecording(false);
+    std::thread writer([this] { writeFrame(dev, requestFrame(2, 0x0401), 64); });
+    EXPECT_TRUE(adapter->waitForRequests(1, 5s));
+    writer.join();
+    EXPECT_TRUE(adapter->requests().empty());
+    EXPECT_TRUE(adapter->writtenReports().empty());
+}
+
+}  // namespace

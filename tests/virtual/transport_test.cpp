@@ -1,0 +1,187 @@
+// Reports on the wire: write rules, segmentation both ways, read timeouts, unplug.
+#include <thread>
+
+#include "virtual_test_support.hpp"
+
+namespace {
+
+class Transport : public VirtualAdapterTest {};
+
+TEST_F(Transport, Write_AcceptsOnlyOneWholeOutputReport) {
+    for (const std::uint16_t productId : {std::uint16_t{0x82FC}, std::uint16_t{0x82FD}}) {
+        vt::AdapterConfig config;
+        config.productId = productId;
+        auto adapter = vt::attach(config);
+        const std::size_t size = adapter.reportSize() + 1;
+        hid_device* dev = open(adapter);
+        vt::Bytes report = outputReports(requestFrame(1, 0x0407, {1}), adapter.reportSize())[0];
+        ASSERT_EQ(report.size(), size);
+        EXPECT_EQ(hid_write(dev, report.data(), size - 1), -1);
+        EXPECT_EQ(hid_write(dev, report.data(), size), static_cast<int>(size));
+        report.push_back(0);
+        EXPECT_EQ(hid_write(dev, report.data(), size + 1), -1);
+        report[0] = 1;  // the adapter has no numbered reports
+        EXPECT_EQ(hid_write(dev, report.data(), size), -1);
+
+        const auto written = adapter.writtenReports();
+        ASSERT_EQ(written.size(), 4u);
+        EXPECT_EQ(written[0].bytes.size(), size - 1);
+        EXPECT_FALSE(written[0].accepted);
+        EXPECT_TRUE(written[1].accepted);
+        EXPECT_EQ(written[2].bytes.size(), size + 1);
+        EXPECT_FALSE(written[2].accepted);
+        EXPECT_FALSE(written[3].accepted);
+        EXPECT_EQ(adapter.requests().size(), 1u);
+    }
+}
+
+// Frames of exactly one segment's capacity and one byte more, both directions.
+class Segmentation : public Transport, public ::testing::WithParamInterface<std::pair<std::uint16_t, std::size_t>> {};
+
+TEST_P(Segmentation, FramesSplitAtSegmentCapacityBothWays) {
+    const auto [productId, frameSize] = GetParam();
+    vt::AdapterConfig config;
+    config.productId = productId;
+    auto adapter = vt::attach(config);
+    const std::size_t capacity = adapter.reportSize() - 2;
+    vt::Bytes frame = requestFrame(5, 0x0D04, patternBytes(frameSize - 4));
+    adapter.setResponder(0x0D04, [](const vt::Bytes& request) { return std::vector<vt::Bytes>{request}; });
+    hid_device* dev = open(adapter);
+
+    ASSERT_TRUE(writeFrame(dev, frame, adapter.reportSize()));
+    const auto written = adapter.writtenReports();
+    const bool split = frameSize > capacity;
+    ASSERT_EQ(written.size(), split ? 2u : 1u);
+    EXPECT_EQ(adapter.requests(), std::vector<vt::Bytes>{frame});
+
+    std::vector<vt::Bytes> reports;
+    EXPECT_EQ(readFrame(dev, adapter.reportSize(), 1000, &reports), frame);
+    ASSERT_EQ(reports.size(), written.size());
+    for (const auto& report : reports) EXPECT_EQ(report.size(), adapter.reportSize());
+    if (split) {
+        EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 1);
+        EXPECT_EQ(headerOf(reports[1]), 1 << 2 | 2);
+        EXPECT_EQ(reports[1].back(), 0);  // zero padded
+    } else {
+        EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 3);  // 0x00FB for 62 bytes
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Boundaries, Segmentation,
+                         ::testing::Values(std::make_pair(std::uint16_t{0x82FC}, std::size_t{62}),
+                                           std::make_pair(std::uint16_t{0x82FC}, std::size_t{63}),
+                                           std::make_pair(std::uint16_t{0x82FD}, std::size_t{1022}),
+                                           std::make_pair(std::uint16_t{0x82FD}, std::size_t{1023})));
+
+TEST_F(Transport, LyingSegmentHeader_ReadsNoFurtherThanTheReport) {
+    auto adapter = vt::attach();
+    hid_device* dev = open(adapter);
+    vt::Bytes report(65, 0xAA);
+    report[0] = 0;
+    report[1] = 0xFF;  // 1023 bytes, first and last
+    report[2] = 0x0F;
+    ASSERT_EQ(hid_write(dev, report.data(), report.size()), 65);
+    ASSERT_EQ(adapter.requests().size(), 1u);
+    EXPECT_EQ(adapter.requests()[0], vt::Bytes(62, 0xAA));
+}
+
+TEST_F(Transport, ContinuationWithoutFirst_IsAppendedToTheLastFrame) {
+    auto adapter = vt::attach();
+    hid_device* dev = open(adapter);
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x1401), 64));
+    vt::Bytes report(65, 0);
+    report[1] = 2 << 2 | 2;  // last only, 2 bytes
+    report[3] = 0xA1;
+    report[4] = 0xA2;
+    ASSERT_EQ(hid_write(dev, report.data(), report.size()), 65);
+    ASSERT_EQ(adapter.requests().size(), 2u);
+    EXPECT_EQ(adapter.requests()[1], requestFrame(1, 0x1401, {0xA1, 0xA2}));
+}
+
+TEST_F(Transport, ReadTimeout_ZeroReturnsAtOncePositiveWaitsItOut) {
+    auto adapter = vt::attach();
+    hid_device* dev = open(adapter);
+    EXPECT_TRUE(readReport(dev, 64, 0).empty());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(hid_read_timeout(dev, std::vector<unsigned char>(64).data(), 64, 30), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+
+    adapter.sendReport(patternBytes(64));
+    unsigned char small[10];
+    EXPECT_EQ(hid_read_timeout(dev, small, sizeof small, 0), 10);  // at most len bytes
+    EXPECT_EQ(small[9], patternBytes(10)[9]);
+    EXPECT_EQ(hid_read_timeout(dev, small, sizeof small, 0), 0);    // the rest is gone with it
+}
+
+TEST_F(Transport, Read_FollowsTheBlockingMode) {
+    auto adapter = vt::attach();
+    hid_device* dev = open(adapter);
+    unsigned char buffer[64];
+    ASSERT_EQ(hid_set_nonblocking(dev, 1), 0);
+    EXPECT_EQ(hid_read(dev, buffer, sizeof buffer), 0);
+    ASSERT_EQ(hid_set_nonblocking(dev, 0), 0);
+    adapter.injectNotification(vt::codes::GPIO_INTERRUPT, 0, {5});
+    EXPECT_EQ(hid_read(dev, buffer, sizeof buffer), 64);
+}
+
+TEST_F(Transport, BlockingRead_IsWokenByClose) {
+    auto adapter = vt::attach();
+    hid_device* dev = hid_open_path(adapter.path().c_str());
+    int result = 0;
+    std::thread reader([&] { result = hid_read_timeout(dev, std::vector<unsigned char>(64).data(), 64, -1); });
+    ASSERT_TRUE(adapter.waitForBlockedReaders(1, 5s));
+    hid_close(dev);
+    reader.join();
+    EXPECT_EQ(result, -1);
+}
+
+TEST_F(Transport, Unplug_FailsPendingReadThenEveryCallAtOnce) {
+    auto adapter = vt::attach();
+    hid_device* dev = open(adapter);
+    hid_device* other = open(adapter);
+    adapter.injectNotification(0x1983, 0, {});
+    int result = 0;
+    std::thread reader([&] {
+        std::vector<unsigned char> buffer(64);
+        hid_read_timeout(dev, buffer.data(), 64, -1);  // takes the queued report
+        result = hid_read_timeout(dev, buffer.data(), 64, -1);
+    });
+    ASSERT_TRUE(adapter.waitForBlockedReaders(1, 5s));
+    adapter.unplug();
+    reader.join();
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(hid_read_timeout(other, std::vector<unsigned char>(64).data(), 64, 0), -1);  // queued report lost
+
+    const vt::Bytes report = outputReports(requestFrame(1, 0x0407, {1}), 64)[0];
+    EXPECT_EQ(hid_write(dev, report.data(), report.size()), -1);
+    EXPECT_EQ(hid_read_timeout(dev, std::vector<unsigned char>(64).data(), 64, 1000), -1);
+    adapter.replug();  // the old handle stays dead; a new one works
+    EXPECT_EQ(hid_write(dev, report.data(), report.size()), -1);
+    hid_device* fresh = open(adapter);
+    ASSERT_NE(fresh, nullptr);
+    EXPECT_TRUE(roundTrip(fresh, requestFrame(2, 0x0407, {1})));
+}
+
+TEST_F(Transport, Replug_ForgetsHalfAFrame) {
+    auto adapter = vt::attach();
+    hid_device* dev = open(adapter);
+    const auto reports = outputReports(requestFrame(1, 0x0D04, patternBytes(100)), 64);
+    ASSERT_EQ(hid_write(dev, reports[0].data(), reports[0].size()), 65);
+    adapter.unplug();
+    adapter.replug();
+    dev = open(adapter);
+    ASSERT_EQ(hid_write(dev, reports[1].data(), reports[1].size()), 65);
+    ASSERT_EQ(adapter.requests().size(), 1u);
+    EXPECT_EQ(adapter.requests()[0].size(), 42u);  // only the continuation
+}
+
+TEST_F(Transport, EveryOpenHandle_ReceivesEveryReport) {
+    auto adapter = vt::attach();
+    hid_device* first = open(adapter);
+    hid_device* second = open(adapter);
+    const auto answer = roundTrip(first, requestFrame(3, 0x0407, {4}));
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(readFrame(second, 64, 0), answer);
+}
+
+}  // namespace

@@ -1,0 +1,112 @@
+// Shared fixture for the virtual adapter's own tests: they talk to it through
+// the hidapi functions, as the SDK does, with a host-side segment layer of
+// their own.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <hidapi.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "tarvix_virtual/virtual_adapter.hpp"
+
+namespace vt = tarvix_virtual;
+using namespace std::chrono_literals;
+
+inline vt::Bytes requestFrame(std::uint16_t tid, std::uint16_t code, const vt::Bytes& payload = {}) {
+    vt::Bytes frame{static_cast<std::uint8_t>(tid), static_cast<std::uint8_t>(tid >> 8),
+                    static_cast<std::uint8_t>(code), static_cast<std::uint8_t>(code >> 8)};
+    frame.insert(frame.end(), payload.begin(), payload.end());
+    return frame;
+}
+
+inline vt::Bytes patternBytes(std::size_t size) {
+    vt::Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + 1);
+    return bytes;
+}
+
+inline std::uint16_t headerOf(const vt::Bytes& report, std::size_t offset = 0) {
+    return static_cast<std::uint16_t>(report[offset] | report[offset + 1] << 8);
+}
+
+// Output reports (report ID 0 first) that carry @p frame.
+inline std::vector<vt::Bytes> outputReports(const vt::Bytes& frame, std::size_t reportSize) {
+    std::vector<vt::Bytes> reports;
+    const std::size_t capacity = reportSize - 2;
+    for (std::size_t offset = 0; offset < frame.size(); offset += capacity) {
+        const std::size_t count = std::min(capacity, frame.size() - offset);
+        const unsigned header = static_cast<unsigned>(count << 2) | (offset == 0 ? 1u : 0u) |
+                                (offset + count == frame.size() ? 2u : 0u);
+        vt::Bytes report(reportSize + 1, 0);
+        report[1] = static_cast<std::uint8_t>(header);
+        report[2] = static_cast<std::uint8_t>(header >> 8);
+        std::copy_n(frame.begin() + static_cast<std::ptrdiff_t>(offset), count, report.begin() + 3);
+        reports.push_back(report);
+    }
+    return reports;
+}
+
+inline bool writeFrame(hid_device* dev, const vt::Bytes& frame, std::size_t reportSize) {
+    for (const vt::Bytes& report : outputReports(frame, reportSize)) {
+        if (hid_write(dev, report.data(), report.size()) != static_cast<int>(report.size())) return false;
+    }
+    return true;
+}
+
+// Reads one input report; empty on timeout or error.
+inline vt::Bytes readReport(hid_device* dev, std::size_t reportSize, int timeoutMs) {
+    vt::Bytes report(reportSize);
+    const int n = hid_read_timeout(dev, report.data(), report.size(), timeoutMs);
+    report.resize(n > 0 ? static_cast<std::size_t>(n) : 0);
+    return report;
+}
+
+// Reads reports until one closes a frame; the raw reports go to @p reports if given.
+inline std::optional<vt::Bytes> readFrame(hid_device* dev, std::size_t reportSize, int timeoutMs,
+                                          std::vector<vt::Bytes>* reports = nullptr) {
+    vt::Bytes frame;
+    for (;;) {
+        const vt::Bytes report = readReport(dev, reportSize, timeoutMs);
+        if (report.size() < 2) return std::nullopt;
+        if (reports) reports->push_back(report);
+        const std::uint16_t header = headerOf(report);
+        if (header & 1u) frame.clear();
+        const std::size_t count = std::min<std::size_t>((header >> 2) & 0x3FFu, report.size() - 2);
+        frame.insert(frame.end(), report.begin() + 2, report.begin() + 2 + static_cast<std::ptrdiff_t>(count));
+        if (header & 2u) return frame;
+    }
+}
+
+class VirtualAdapterTest : public ::testing::Test {
+protected:
+    void SetUp() override { vt::reset(); }
+    void TearDown() override {
+        for (hid_device* dev : opened_) hid_close(dev);
+        vt::reset();
+    }
+
+    hid_device* open(const vt::VirtualAdapter& adapter) {
+        hid_device* dev = hid_open_path(adapter.path().c_str());
+        if (dev) opened_.push_back(dev);
+        return dev;
+    }
+
+    void close(hid_device* dev) {
+        opened_.erase(std::remove(opened_.begin(), opened_.end(), dev), opened_.end());
+        hid_close(dev);
+    }
+
+    // One request, one answer, through hidapi.
+    std::optional<vt::Bytes> roundTrip(hid_device* dev, const vt::Bytes& request, std::size_t reportSize = 64,
+                                       int timeoutMs = 1000) {
+        if (!writeFrame(dev, request, reportSize)) return std::nullopt;
+        return readFrame(dev, reportSize, timeoutMs);
+    }
+
+private:
+    std::vector<hid_device*> opened_;
+};

@@ -1,0 +1,231 @@
+/**
+ * @file virtual_adapter.hpp
+ * @brief Control API of the Tarvix virtual adapter.
+ *
+ * libtarvix-virtual.so defines every function of hidapi 0.13 (hid_init ...
+ * hid_version_str) over an in-process model of the adapter's firmware. Link
+ * it ahead of libtarvixsdk.so (or LD_PRELOAD it) and the SDK's hid_* calls
+ * reach the virtual adapters attached here instead of real hardware: the SDK
+ * under test is the unchanged production build.
+ *
+ * Typical test:
+ * @code
+ *   tarvix_virtual::reset();
+ *   tarvix_virtual::AdapterConfig config;
+ *   config.serialNumber = L"TVX-0001";
+ *   tarvix_virtual::VirtualAdapter adapter = tarvix_virtual::attach(config);
+ *   adapter.setResponder(0x1403, [](const tarvix_virtual::Bytes& request) {
+ *       return std::vector<tarvix_virtual::Bytes>{tarvix_virtual::responseFrame(
+ *           tarvix_virtual::transactionIdOf(request), 0x1403, 0, {1})};
+ *   });
+ *   // ... drive the SDK, then inspect adapter.requests() ...
+ * @endcode
+ *
+ * In CMake, list the virtual adapter before the SDK so that the dynamic
+ * linker finds its hid_* definitions first:
+ * @code
+ *   target_link_libraries(my_tests PRIVATE tarvix::virtual tarvixsdk GTest::gtest_main)
+ * @endcode
+ *
+ * Input reports (answers, notifications, sendReport()) reach every handle
+ * open on the adapter at that moment, as with hidraw; with none open they are
+ * lost.
+ *
+ * Threads: every function here may be called from any thread, concurrently
+ * with each other and with the hid_* functions. Answers to a request are
+ * produced synchronously on the thread that calls hid_write (that includes
+ * responders); hid_read_timeout only hands out reports that are ready.
+ */
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#if defined(__GNUC__)
+#define TARVIX_VIRTUAL_API __attribute__((visibility("default")))
+#else
+#define TARVIX_VIRTUAL_API
+#endif
+
+namespace tarvix_virtual {
+
+/// A byte buffer: a frame, a report or a payload.
+using Bytes = std::vector<std::uint8_t>;
+
+/// Command and notification codes the firmware model knows by name.
+namespace codes {
+inline constexpr std::uint16_t RESET_DEVICE = 0x0401;     ///< restarts; no answer
+inline constexpr std::uint16_t ENTER_BOOT_MODE = 0x0402;  ///< leaves the firmware; no answer
+inline constexpr std::uint16_t GET_USB_STRING = 0x0407;   ///< payload: string index 1..5
+inline constexpr std::uint16_t UART_RX = 0x1081;          ///< notification: UART bytes received
+inline constexpr std::uint16_t GPIO_INTERRUPT = 0x1481;   ///< notification: a GPIO pin fired
+inline constexpr std::uint16_t I3C_IBI = 0x1981;          ///< notification: I3C in-band interrupt
+inline constexpr std::uint16_t I3C_HOT_JOIN = 0x1982;     ///< notification: I3C hot-join
+}  // namespace codes
+
+/// Statuses the firmware model puts in bytes 4..5 of its responses.
+enum class DeviceStatus : std::uint16_t {
+    SUCCESS = 0x0000,          ///< the command was carried out
+    INVALID_PARAMETER = 0x0001 ///< an argument is missing or out of range (e.g. USB string index 0 or 6)
+};
+
+/// Description of one virtual adapter, given to attach().
+struct AdapterConfig {
+    std::uint16_t vendorId = 0x1FC9;   ///< USB vendor ID reported by enumeration
+    std::uint16_t productId = 0x82FC;  ///< USB product ID reported by enumeration
+    /// hidapi path; empty makes up a unique one ("virtual/0", "virtual/1", ...).
+    std::string path;
+    /// Wide serial number as hidapi reports it; std::nullopt for an adapter without one.
+    /// Any wchar_t value is accepted, also ones that do not convert to UTF-8.
+    std::optional<std::wstring> serialNumber;
+    /// Payload bytes of one HID report. 0 takes it from the catalogue
+    /// (0x1FC9:0x82FC = 64, 0x1FC9:0x82FD = 1024) and 64 for other IDs.
+    /// Otherwise 8..1025 (a segment carries at most 1023 bytes).
+    std::size_t reportSize = 0;
+    std::string manufacturer = "Tarvix Instruments";        ///< USB string 1
+    std::string product = "Tarvix USB Protocol Adapter";    ///< USB string 2
+    /// USB string 3; by default the serial number as UTF-8 ('?' for what does not convert).
+    std::optional<std::string> serialString;
+    std::string firmwareVersion = "1.0.0";  ///< USB string 4
+    std::string hardwareVersion = "A1";     ///< USB string 5
+};
+
+/// One hid_write as the adapter saw it.
+struct WrittenReport {
+    Bytes bytes;    ///< exactly what was passed, report-ID byte included, at its exact length
+    bool accepted;  ///< false when hid_write returned -1 (wrong length or ID, or injected failure)
+};
+
+/// Computes a response frame's answer to a request frame; see VirtualAdapter::setResponder.
+using Responder = std::function<std::vector<Bytes>(const Bytes& request)>;
+
+/**
+ * Handle to one attached virtual adapter. Cheap to copy; all copies control
+ * the same adapter, which lives as long as the registry or a handle needs it.
+ */
+class TARVIX_VIRTUAL_API VirtualAdapter {
+public:
+    /// The hidapi path under which the adapter is enumerated and opened.
+    const std::string& path() const;
+    std::uint16_t vendorId() const;
+    std::uint16_t productId() const;
+    /// Payload bytes of one report (64 or 1024 for catalogue IDs).
+    std::size_t reportSize() const;
+
+    /// @name Plugging
+    /// @{
+    /// Unplugs the adapter: it leaves enumeration, and from now on hid_read,
+    /// hid_read_timeout and hid_write on every handle opened before return -1
+    /// at once; blocked readers wake. Those handles stay dead after replug().
+    void unplug();
+    /// Plugs it back in (a power cycle: half-received requests are forgotten;
+    /// responders and scripts stay). No effect on an adapter removed by reset().
+    void replug();
+    bool plugged() const;
+    /// @}
+
+    /// @name Records
+    /// @{
+    /// Every hid_write since the last clearRecords(), in order.
+    std::vector<WrittenReport> writtenReports() const;
+    /// Every reassembled request frame (transaction id, code, payload) since the last clearRecords().
+    std::vector<Bytes> requests() const;
+    void clearRecords();
+    /// Turns recording on (the default) or off; off keeps long benchmarks from growing memory.
+    /// waitForRequests() counts requests either way.
+    void setRecording(bool on);
+    /// Waits until at least @p count request frames have arrived since the last
+    /// clearRecords(); false if the timeout passed first.
+    bool waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const;
+    /// @}
+
+    /// @name Answers
+    /// @{
+    /// Installs @p responder for command @p code, replacing the firmware's own
+    /// answer. It runs on the thread that called hid_write, without any lock of
+    /// this library held, and returns the frames to send (each is segmented into
+    /// reports), or none for no answer.
+    void setResponder(std::uint16_t code, Responder responder);
+    /// Gives command @p code back to the firmware model.
+    void clearResponder(std::uint16_t code);
+    /// Queues @p frames as the whole answer to the next request (whatever its
+    /// code; a frame too short to carry a code is never answered); each call
+    /// queues the answer for one more request. Takes precedence over responders.
+    void answerNextRequestWithFrames(std::vector<Bytes> frames);
+    /// Like answerNextRequestWithFrames(), but each entry is one input report
+    /// sent verbatim, at its own length (lying segment headers included).
+    void answerNextRequestWithReports(std::vector<Bytes> reports);
+    /// Sends @p frame now, segmented into reports.
+    void sendFrame(const Bytes& frame);
+    /// Sends @p report now, verbatim, as one input report.
+    void sendReport(const Bytes& report);
+    /// Sends a notification now: transaction id 0, @p code, @p status, @p payload.
+    void injectNotification(std::uint16_t code, std::uint16_t status, const Bytes& payload);
+    /// Makes every following answer to a request ready only @p delay after the
+    /// request arrived (0 = at once). Readers see it as a slow device. Reports
+    /// are read in order of the time they become ready, so a notification sent
+    /// meanwhile overtakes a delayed answer.
+    void setResponseDelay(std::chrono::milliseconds delay);
+    /// Swallows the answers to the next @p count requests that would be answered.
+    void dropNextResponses(std::size_t count);
+    /// @}
+
+    /// @name Faults and handles
+    /// @{
+    /// While on, hid_write on this adapter returns -1 (the report is recorded as not accepted).
+    void setWriteFails(bool on);
+    /// While on, hid_open_path and hid_open of this adapter return NULL.
+    void setOpenFails(bool on);
+    /// Handles opened on this adapter and not yet closed (dead ones included).
+    std::size_t openHandles() const;
+    /// Waits until at least @p count threads are blocked in hid_read or
+    /// hid_read_timeout on this adapter's handles; lets a test close or unplug
+    /// once a reader is truly waiting. False if the timeout passed first.
+    bool waitForBlockedReaders(std::size_t count, std::chrono::milliseconds timeout) const;
+    /// @}
+
+    /// @cond INTERNAL
+    struct Impl;
+    explicit VirtualAdapter(std::shared_ptr<Impl> impl);
+    /// @endcond
+
+private:
+    std::shared_ptr<Impl> impl_;
+};
+
+/// Process-wide counters of the hidapi front-end.
+struct Counters {
+    std::size_t initCalls;    ///< hid_init calls since the last reset()
+    std::size_t exitCalls;    ///< hid_exit calls since the last reset()
+    std::size_t openHandles;  ///< handles opened and not yet closed, process-wide (not reset)
+};
+
+/// Attaches (plugs in) a new adapter; it is listed by hid_enumerate after
+/// those attached before it. Throws std::invalid_argument for a path already
+/// attached or a report size out of range.
+TARVIX_VIRTUAL_API VirtualAdapter attach(const AdapterConfig& config = {});
+/// Unplugs and forgets every adapter and zeroes the init/exit counters; call it between tests.
+TARVIX_VIRTUAL_API void reset();
+TARVIX_VIRTUAL_API Counters counters();
+/// Report size of a catalogue entry, or std::nullopt for IDs the SDK does not support.
+TARVIX_VIRTUAL_API std::optional<std::size_t> catalogueReportSize(std::uint16_t vendorId,
+                                                                   std::uint16_t productId);
+
+/// Builds a response frame: tid, code, status (all u16 LE), then @p payload.
+TARVIX_VIRTUAL_API Bytes responseFrame(std::uint16_t transactionId, std::uint16_t code,
+                                       std::uint16_t status, const Bytes& payload = {});
+/// Builds a notification frame: a response frame with transaction id 0.
+TARVIX_VIRTUAL_API Bytes notificationFrame(std::uint16_t code, std::uint16_t status,
+                                           const Bytes& payload = {});
+/// Transaction id (bytes 0..1) of a request frame; 0 if it is shorter.
+TARVIX_VIRTUAL_API std::uint16_t transactionIdOf(const Bytes& frame);
+/// Command code (bytes 2..3) of a request frame; 0 if it is shorter.
+TARVIX_VIRTUAL_API std::uint16_t commandCodeOf(const Bytes& frame);
+
+}  // namespace tarvix_virtual

@@ -1,0 +1,98 @@
+// Device side of one virtual adapter, independent of how the host reaches it
+// (hidapi interposition today, a uhid device later). It takes HID output
+// reports as the host writes them (report ID 0, then reportSize bytes),
+// reassembles request frames from their segments, answers each whole frame
+// (script, responder or firmware model) and hands the answer, cut into input
+// reports of reportSize bytes, to an InputSink with the time it becomes ready.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "firmware/firmware.hpp"
+#include "tarvix_virtual/virtual_adapter.hpp"
+
+namespace tarvix_virtual::detail {
+
+using Clock = std::chrono::steady_clock;
+
+// Receives input reports. Called with the core's lock held, so it must not
+// call back into the core.
+class InputSink {
+public:
+    virtual void deliver(const std::uint8_t* report, std::size_t length, Clock::time_point ready) = 0;
+
+protected:
+    ~InputSink() = default;
+};
+
+class DeviceCore {
+public:
+    DeviceCore(std::size_t reportSize, FirmwareState firmware, InputSink& sink);
+
+    std::size_t reportSize() const { return reportSize_; }
+
+    // One output report from the host. False (and nothing processed) unless
+    // it is exactly reportSize + 1 bytes with report ID 0; recorded either way.
+    bool receiveOutputReport(const std::uint8_t* data, std::size_t length);
+    // Records a write the transport refused before it reached the device.
+    void recordRejected(const std::uint8_t* data, std::size_t length);
+    // Forgets a half-received request, as a power cycle would.
+    void powerCycle();
+
+    void setRecording(bool on);
+    std::vector<WrittenReport> writtenReports() const;
+    std::vector<Bytes> requests() const;
+    void clearRecords();
+    bool waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const;
+
+    void setResponder(std::uint16_t code, Responder responder);
+    void clearResponder(std::uint16_t code);
+    void scriptAnswer(std::vector<Bytes> items, bool raw);
+    void sendFrame(const Bytes& frame);
+    void sendReport(const Bytes& report);
+    void setResponseDelay(std::chrono::milliseconds delay);
+    void dropNextResponses(std::size_t count);
+
+private:
+    struct Script {
+        std::vector<Bytes> items;
+        bool raw;  // items are input reports, not frames
+    };
+
+    void handleRequest(std::unique_lock<std::mutex>& lock);
+    bool takeDrop();
+    void emitFrame(const Bytes& frame, Clock::time_point ready);
+
+    // A frame that never ends cannot grow without bound: past this the
+    // reassembly starts over.
+    static constexpr std::size_t kMaxRequestFrame = 1u << 20;
+
+    const std::size_t reportSize_;
+    InputSink& sink_;
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable requestsCv_;
+    Firmware firmware_;
+    Bytes reassembly_;
+    Bytes response_;  // reused for every firmware answer
+    Bytes report_;    // reused for every input report
+    bool recording_ = true;
+    std::vector<WrittenReport> written_;
+    std::vector<Bytes> requests_;
+    std::size_t requestCount_ = 0;
+    // Shared so that a responder can run unlocked while another thread replaces it.
+    std::unordered_map<std::uint16_t, std::shared_ptr<const Responder>> responders_;
+    std::deque<Script> scripts_;
+    Clock::duration delay_{};
+    std::size_t dropCount_ = 0;
+};
+
+}  // namespace tarvix_virtual::detail
