@@ -210,6 +210,12 @@ enum class I3cTransferFlags : std::uint32_t {
     NACK_LAST_BYTE = 4       /**< legacy I2C read: NACK the last byte even when more are requested */
 };
 
+/** Combines transfer flags: `I3cTransferFlags::NO_STOP | I3cTransferFlags::NO_BROADCAST_HEADER`. */
+constexpr I3cTransferFlags operator|(I3cTransferFlags a, I3cTransferFlags b) noexcept
+{
+    return static_cast<I3cTransferFlags>(static_cast<std::uint32_t>(a) | static_cast<std::uint32_t>(b));
+}
+
 /** Data direction of a CCC or private transfer (bit 0 of the mode byte). */
 enum class I3cTransferDirection : std::uint8_t {
     WRITE = 0, /**< the controller sends data (or nothing) */

@@ -18,7 +18,7 @@ SyncSession::~SyncSession()
 void SyncSession::handleResponse(const std::vector<std::uint8_t>& frame)
 {
     const std::uint16_t transactionId =
-        frame.size() >= 2 ? static_cast<std::uint16_t>(frame[0] | (frame[1] << 8)) : 0;
+        frame.size() >= 2 ? static_cast<std::uint16_t>(frame[0] | (frame[1] << 8)) : std::uint16_t{0};
     if (transactionId != 0) {
         // Not matched against the request: the adapter answers one request at a time, and a
         // late answer is served to the next call.
