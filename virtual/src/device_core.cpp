@@ -77,8 +77,12 @@ void DeviceCore::handleRequest(std::unique_lock<std::mutex>& lock) {
         return;
     }
 
-    if (!firmware_.answer(reassembly_.data(), reassembly_.size(), response_) || takeDrop()) return;
-    emitFrame(response_, Clock::now() + delay_);
+    const bool answered = firmware_.answer(reassembly_.data(), reassembly_.size(), response_, notifications_);
+    const auto ready = Clock::now() + delay_;
+    if (answered && !takeDrop()) emitFrame(response_, ready);
+    // What the command set off on the bus (an interrupt, looped-back bytes)
+    // follows its answer.
+    for (const Bytes& notification : notifications_) emitFrame(notification, ready);
 }
 
 bool DeviceCore::takeDrop() {

@@ -61,6 +61,15 @@ public:
     void setResponseDelay(std::chrono::milliseconds delay);
     void dropNextResponses(std::size_t count);
 
+    // Runs @p f on the firmware's state under the core's lock: the control API
+    // of a family (attach a target, wire a loopback) goes through here. @p f
+    // must not call back into the core.
+    template <class F>
+    decltype(auto) withFirmware(F&& f) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return f(firmware_.state());
+    }
+
 private:
     struct Script {
         std::vector<Bytes> items;
@@ -83,6 +92,7 @@ private:
     Firmware firmware_;
     Bytes reassembly_;
     Bytes response_;  // reused for every firmware answer
+    std::vector<Bytes> notifications_;  // raised by the firmware's last answer
     Bytes report_;    // reused for every input report
     bool recording_ = true;
     std::vector<WrittenReport> written_;

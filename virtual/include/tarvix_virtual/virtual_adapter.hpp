@@ -193,6 +193,7 @@ public:
     /// @cond INTERNAL
     struct Impl;
     explicit VirtualAdapter(std::shared_ptr<Impl> impl);
+    Impl& impl() const { return *impl_; }
     /// @endcond
 
 private:

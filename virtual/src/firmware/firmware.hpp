@@ -15,13 +15,27 @@
 #include <unordered_map>
 #include <vector>
 
+#include "firmware/gpio.hpp"
+#include "firmware/i2c.hpp"
+#include "firmware/i3c.hpp"
+#include "firmware/rails.hpp"
+#include "firmware/spi.hpp"
+#include "firmware/uart.hpp"
+
 namespace tarvix_virtual::detail {
 
-// Everything the firmware of one adapter remembers between commands.
+// Everything the firmware of one adapter remembers between commands. Each
+// family keeps its own part, declared in firmware/<family>.hpp.
 struct FirmwareState {
     // USB string descriptors 1..5: manufacturer, product, serial, firmware
     // version, hardware version (8-bit characters, as the firmware keeps them).
     std::array<std::string, 5> usbStrings;
+    RailsState rails;
+    GpioState gpio;
+    I2cState i2c;
+    SpiState spi;
+    UartState uart;
+    I3cState i3c;
 };
 
 // A whole request frame: tid u16, code u16, then the command's payload.
@@ -49,24 +63,38 @@ public:
     // The command is not answered at all (reset, boot mode).
     void suppress() { suppressed_ = true; }
     bool suppressed() const { return suppressed_; }
+    // Queues a notification (transaction id 0) sent right after the answer,
+    // e.g. a GPIO interrupt raised by a write, or UART bytes looped back.
+    void notify(std::uint16_t code, const std::vector<std::uint8_t>& payload);
+    std::vector<std::vector<std::uint8_t>>& notifications() { return notifications_; }
 
 private:
     std::vector<std::uint8_t>& frame_;
     bool suppressed_ = false;
+    std::vector<std::vector<std::uint8_t>> notifications_;
 };
 
 using CommandHandler = void (*)(FirmwareState& state, const Request& request, Reply& reply);
 using CommandTable = std::unordered_map<std::uint16_t, CommandHandler>;
 
-// One per command family.
+// One per command family, each in firmware/<family>.cpp.
 void registerSystemCommands(CommandTable& table);
+void registerRailsCommands(CommandTable& table);
+void registerGpioCommands(CommandTable& table);
+void registerI2cCommands(CommandTable& table);
+void registerSpiCommands(CommandTable& table);
+void registerUartCommands(CommandTable& table);
+void registerI3cCommands(CommandTable& table);
 
 class Firmware {
 public:
     explicit Firmware(FirmwareState state) : state_(std::move(state)) {}
     // Answers one whole request frame of at least 4 bytes into @p response
+    // (cleared first) and any notifications it raises into @p notifications
     // (cleared first). Returns false when the command sends no answer.
-    bool answer(const std::uint8_t* request, std::size_t size, std::vector<std::uint8_t>& response);
+    bool answer(const std::uint8_t* request, std::size_t size, std::vector<std::uint8_t>& response,
+                std::vector<std::vector<std::uint8_t>>& notifications);
+    FirmwareState& state() { return state_; }
 
 private:
     FirmwareState state_;
