@@ -114,7 +114,7 @@ public:
     StatusCode gpioDisableInterrupt(TransactionId transactionId, GpioPinNumber pinNumber);                         /**< 0x1405 */
 
     // -- I2C (0x08xx, 0x09xx) ---------------------------------------------------------------------
-    /** 0x0901: sets up port `bus` (0 or 1) with `frequency` in hertz and the adapter's `option` byte. */
+    /** 0x0901: sets up port `bus` (0 or 1) with the clock `frequency` (sent unscaled; hertz for the current firmware) and the adapter's `option` byte. */
     StatusCode i2cControllerInit(TransactionId transactionId, std::uint8_t bus, std::uint32_t frequency, std::uint8_t option);
     /** 0x0902: the same fields as i2cControllerInit, for a port already set up. */
     StatusCode i2cSetParameters(TransactionId transactionId, std::uint8_t bus, std::uint32_t frequency, std::uint8_t option);
@@ -132,7 +132,7 @@ public:
     StatusCode i2cScanBus(TransactionId transactionId, std::uint8_t bus, bool flag);
 
     // -- SPI (0x0Dxx) -----------------------------------------------------------------------------
-    /** 0x0D01: sets up the SPI controller; `frequency` in hertz. */
+    /** 0x0D01: sets up the SPI controller; `frequency` is sent unscaled (hertz for the current firmware). */
     StatusCode spiControllerInit(TransactionId transactionId, SpiBitOrder bitOrder, SpiMode mode, SpiDataWidth dataWidth, SpiChipSelect chipSelect, SpiChipSelectPolarity chipSelectPolarity, std::uint32_t frequency);
     /** 0x0D02: the same six settings, for a controller already set up. */
     StatusCode spiSetParameters(TransactionId transactionId, SpiBitOrder bitOrder, SpiMode mode, SpiDataWidth dataWidth, SpiChipSelect chipSelect, SpiChipSelectPolarity chipSelectPolarity, std::uint32_t frequency);

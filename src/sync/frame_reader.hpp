@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 namespace tarvix_detail {
@@ -51,14 +50,18 @@ public:
     }
 
     // A decoder's own verdict (e.g. a scan answer that promises more entries than it holds).
-    void fail(StatusCode status) noexcept { verdict_ = status; }
+    void fail(StatusCode status) noexcept
+    {
+        verdict_ = status;
+        failed_ = true;
+    }
 
     // What the blocking method returns: the decoder's verdict, else RESPONSE_TOO_SHORT for a
     // frame without a status or for a status 0 whose fields were missing, else the device status.
     StatusCode result() const noexcept
     {
-        if (verdict_) {
-            return *verdict_;
+        if (failed_) {
+            return verdict_;
         }
         if (!has(kHeaderSize)) {
             return StatusCode::RESPONSE_TOO_SHORT;
@@ -73,7 +76,8 @@ public:
 private:
     const std::vector<std::uint8_t>& frame_;
     mutable bool short_ = false;
-    std::optional<StatusCode> verdict_;
+    bool failed_ = false;
+    StatusCode verdict_ = StatusCode::SUCCESS;
 };
 
 } // namespace tarvix_detail

@@ -1,0 +1,47 @@
+// UART port: open, reconfigure, close, send. Received bytes are not asked for; they arrive as
+// unsolicited 0x1081 frames. The settings are enumerations sent as their low byte; the baud rate
+// in particular is an index into the adapter's list of rates, not bits per second.
+#include "command_codes.hpp"
+#include "session.hpp"
+
+using namespace tarvix_detail;
+
+namespace {
+
+// Init and set-parameters carry the same five settings; only the command code tells them apart.
+StatusCode sendPortSettings(AsyncSession& session, TransactionId transactionId, std::uint16_t code,
+                            UartBaudRate baudRate, UartHwHandshake hwHandshake, UartParity parity,
+                            UartDataSize dataSize, UartStopBit stopBit)
+{
+    return session.send(transactionId, code, true,
+                        [&](FrameBuilder& f) { f.e8(baudRate).e8(hwHandshake).e8(parity).e8(dataSize).e8(stopBit); });
+}
+
+} // namespace
+
+StatusCode TarvixAsyncSDK::uartInit(TransactionId transactionId, UartBaudRate baudRate, UartHwHandshake hwHandshake,
+                                    UartParity parity, UartDataSize dataSize, UartStopBit stopBit)
+{
+    return sendPortSettings(*session_, transactionId, cmd::kUartInit, baudRate, hwHandshake, parity, dataSize, stopBit);
+}
+
+StatusCode TarvixAsyncSDK::uartSetParameters(TransactionId transactionId, UartBaudRate baudRate,
+                                             UartHwHandshake hwHandshake, UartParity parity, UartDataSize dataSize,
+                                             UartStopBit stopBit)
+{
+    return sendPortSettings(*session_, transactionId, cmd::kUartSetParameters, baudRate, hwHandshake, parity, dataSize,
+                            stopBit);
+}
+
+StatusCode TarvixAsyncSDK::uartDeinit(TransactionId transactionId)
+{
+    return session_->send(transactionId, cmd::kUartDeinit);
+}
+
+// No upper bound beyond the 16-bit count, which is the size cut to 16 bits while every byte is
+// appended: the adapter refuses what it cannot send.
+StatusCode TarvixAsyncSDK::uartSendMessage(TransactionId transactionId, const std::vector<std::uint8_t>& message)
+{
+    return session_->send(transactionId, cmd::kUartSendMessage, true,
+                          [&](FrameBuilder& f) { f.u16(count16(message.size())).bytes(message); });
+}
