@@ -1,0 +1,73 @@
+// The non-blocking session: connection state, request frames on the wire, frame delivery.
+#include <sdk_fixture.hpp>
+
+namespace tarvix_test {
+namespace {
+
+using AsyncSessionState = VirtualAdapterTest;
+
+TEST_F(AsyncSessionState, CommandsWhileDisconnectedSendNothingEvenWithInvalidArguments)
+{
+    TarvixAsyncSDK sdk;
+    const auto tryAll = [&sdk] {
+        EXPECT_EQ(sdk.resetDevice(1), StatusCode::NOT_CONNECTED);
+        EXPECT_EQ(sdk.enterBootMode(2), StatusCode::NOT_CONNECTED);
+        EXPECT_EQ(sdk.getUsbString(3, 1), StatusCode::NOT_CONNECTED);
+        // A register address over four bytes is invalid, but the connection is tested first.
+        EXPECT_EQ(sdk.i2cWrite(4, 0, 0x50, Bytes(5, 0), Bytes{1}, false), StatusCode::NOT_CONNECTED);
+    };
+    tryAll();
+    ASSERT_TRUE(sdk.connect());
+    sdk.disconnect();
+    sdk.disconnect(); // twice is harmless
+    EXPECT_FALSE(sdk.isConnected());
+    tryAll();
+    EXPECT_TRUE(adapter().writtenReports().empty());
+}
+
+TEST_F(AsyncSessionState, GetVersionNeedsNoDevice)
+{
+    EXPECT_EQ(TarvixAsyncSDK::getVersion(), "1.3.0");
+    EXPECT_EQ(TarvixSDK::getVersion(), "1.3.0");
+}
+
+TEST_F(AsyncSessionTest, ResetDevice_WritesOneReportWithTheFrameBehindItsSegmentHeader)
+{
+    EXPECT_EQ(sdk().resetDevice(7), StatusCode::SUCCESS);
+    Bytes expected{0x00, 0x13, 0x00, 0x07, 0x00, 0x01, 0x04};
+    expected.resize(65, 0x00);
+    const std::vector<tv::WrittenReport> written = adapter().writtenReports();
+    ASSERT_EQ(written.size(), 1u);
+    EXPECT_EQ(written[0].bytes, expected);
+}
+
+TEST_F(AsyncSessionTest, SendsTheTransactionIdAndCodeLittleEndian)
+{
+    EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.getUsbString(0x0102, 3); }), (Bytes{0x02, 0x01, 0x07, 0x04, 0x03}));
+    EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.enterBootMode(0xFFFF); }), (Bytes{0xFF, 0xFF, 0x02, 0x04}));
+    // Any index goes to the adapter as given.
+    EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.getUsbString(1, 0); }).back(), 0);
+    EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.getUsbString(1, 255); }).back(), 255);
+}
+
+TEST_F(AsyncSessionTest, ReportsSuccessWhenTheWriteFails)
+{
+    adapter().setWriteFails(true);
+    EXPECT_EQ(sdk().getUsbString(1, 1), StatusCode::SUCCESS);
+    const std::vector<tv::WrittenReport> written = adapter().writtenReports();
+    ASSERT_EQ(written.size(), 1u);
+    EXPECT_FALSE(written[0].accepted);
+}
+
+TEST_F(AsyncSessionTest, HandsResponsesAndNotificationsAlikeToTheHandler)
+{
+    ASSERT_EQ(sdk().getUsbString(9, 4), StatusCode::SUCCESS);
+    adapter().injectNotification(0x1481, 0, {3});
+    const std::vector<Bytes> frames = received().waitFor(2);
+    ASSERT_EQ(frames.size(), 2u);
+    EXPECT_EQ(frames[0], tv::responseFrame(9, 0x0407, 0, {6, '1', '.', '0', '.', '0'}));
+    EXPECT_EQ(frames[1], tv::notificationFrame(0x1481, 0, {3}));
+}
+
+} // namespace
+} // namespace tarvix_test

@@ -1,0 +1,235 @@
+// Finding and opening an adapter, hidapi's lifetime, and the reader thread, against virtual
+// adapters.
+#include <sdk_fixture.hpp>
+
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace tarvix_test {
+namespace {
+
+tv::AdapterConfig adapterAt(std::string path, std::uint16_t vendorId = 0x1FC9, std::uint16_t productId = 0x82FC)
+{
+    tv::AdapterConfig config;
+    config.path = std::move(path);
+    config.vendorId = vendorId;
+    config.productId = productId;
+    return config;
+}
+
+tv::AdapterConfig adapterWithSerial(std::optional<std::wstring> serial, std::uint16_t vendorId = 0x1FC9,
+                                    std::uint16_t productId = 0x82FC)
+{
+    tv::AdapterConfig config;
+    config.serialNumber = std::move(serial);
+    config.vendorId = vendorId;
+    config.productId = productId;
+    return config;
+}
+
+// Several adapters attached in the order a test lists them (no default one).
+class AdapterChoice : public ::testing::Test {
+protected:
+    void SetUp() override { tv::reset(); }
+    void TearDown() override { tv::reset(); }
+};
+
+TEST_F(AdapterChoice, Connect_WithoutPath_OpensTheFirstListedSupportedAdapterAndKeepsIt)
+{
+    tv::VirtualAdapter unsupported = tv::attach(adapterAt("hid/0", 0x1234, 0x82FC));
+    tv::VirtualAdapter highSpeed = tv::attach(adapterAt("hid/1", 0x1FC9, 0x82FD));
+    tv::VirtualAdapter fullSpeed = tv::attach(adapterAt("hid/2"));
+
+    TarvixAsyncSDK sdk;
+    ASSERT_TRUE(sdk.connect());
+    EXPECT_EQ(highSpeed.openHandles(), 1u);
+
+    // A second connect succeeds and keeps the open adapter, whatever path it names.
+    EXPECT_TRUE(sdk.connect("hid/2"));
+    EXPECT_EQ(highSpeed.openHandles(), 1u);
+    EXPECT_EQ(fullSpeed.openHandles(), 0u);
+    EXPECT_EQ(unsupported.openHandles(), 0u);
+}
+
+TEST_F(AdapterChoice, Connect_ByPath_NeedsTheWholePathOfASupportedAdapter)
+{
+    tv::VirtualAdapter unsupported = tv::attach(adapterAt("hid/1", 0x1FC9, 0x1234));
+    tv::VirtualAdapter supported = tv::attach(adapterAt("hid/10"));
+
+    TarvixAsyncSDK sdk;
+    EXPECT_FALSE(sdk.connect("hid/1"));
+    EXPECT_FALSE(sdk.connect("hid/10/"));
+    EXPECT_FALSE(sdk.isConnected());
+    EXPECT_EQ(tv::counters().openHandles, 0u);
+
+    supported.setOpenFails(true);
+    EXPECT_FALSE(sdk.connect("hid/10"));
+    EXPECT_FALSE(sdk.isConnected());
+
+    supported.setOpenFails(false);
+    EXPECT_TRUE(sdk.connect("hid/10"));
+    EXPECT_TRUE(sdk.isConnected());
+    EXPECT_EQ(supported.openHandles(), 1u);
+    EXPECT_EQ(unsupported.openHandles(), 0u);
+}
+
+TEST_F(AdapterChoice, ConnectWithSerialNumber_MatchesTheUtf8SerialExactly)
+{
+    tv::VirtualAdapter withoutSerial = tv::attach(adapterWithSerial(std::nullopt));
+    tv::VirtualAdapter unsupported = tv::attach(adapterWithSerial(L"TVX-7", 0x1FC9, 0x1234));
+    tv::VirtualAdapter longer = tv::attach(adapterWithSerial(L"TVX-70"));
+    tv::VirtualAdapter exact = tv::attach(adapterWithSerial(L"TVX-7"));
+    tv::VirtualAdapter unicode = tv::attach(adapterWithSerial(L"\u00dcn\u20ac\U0001D11E", 0x1FC9, 0x82FD));
+
+    {
+        TarvixAsyncSDK sdk;
+        EXPECT_FALSE(sdk.connectWithSerialNumber("TVX"));
+        EXPECT_FALSE(sdk.connectWithSerialNumber("tvx-7"));
+        EXPECT_EQ(tv::counters().openHandles, 0u);
+        ASSERT_TRUE(sdk.connectWithSerialNumber("TVX-7"));
+        EXPECT_EQ(exact.openHandles(), 1u);
+        EXPECT_EQ(tv::counters().openHandles, 1u);
+    }
+    TarvixAsyncSDK sdk;
+    ASSERT_TRUE(sdk.connectWithSerialNumber("\xC3\x9Cn\xE2\x82\xAC\xF0\x9D\x84\x9E"));
+    EXPECT_EQ(unicode.openHandles(), 1u);
+    EXPECT_EQ(withoutSerial.openHandles() + unsupported.openHandles() + longer.openHandles(), 0u);
+}
+
+TEST_F(AdapterChoice, ConnectWithSerialNumber_ThrowsWhenItMeetsAnUnconvertibleSerial)
+{
+    tv::VirtualAdapter wanted = tv::attach(adapterWithSerial(L"TVX-1"));
+    tv::VirtualAdapter broken = tv::attach(adapterWithSerial(std::wstring(1, static_cast<wchar_t>(0xD800))));
+    tv::VirtualAdapter behind = tv::attach(adapterWithSerial(L"TVX-2"));
+
+    TarvixAsyncSDK sdk;
+    try {
+        sdk.connectWithSerialNumber("TVX-2");
+        ADD_FAILURE() << "no exception";
+    } catch (const std::range_error& error) {
+        EXPECT_STREQ(error.what(), "bad conversion");
+    }
+    EXPECT_FALSE(sdk.isConnected());
+    EXPECT_EQ(tv::counters().openHandles, 0u);
+
+    // The walk stops at the first match, before the broken serial; without a serial filter no
+    // serial is converted at all.
+    EXPECT_TRUE(sdk.connectWithSerialNumber("TVX-1"));
+    sdk.disconnect();
+    wanted.unplug();
+    EXPECT_TRUE(sdk.connect());
+    EXPECT_EQ(broken.openHandles(), 1u);
+    EXPECT_EQ(behind.openHandles(), 0u);
+}
+
+TEST_F(AdapterChoice, EverySessionInitialisesHidapiAndEveryDestructorReleasesIt)
+{
+    tv::attach();
+    {
+        auto first = std::make_unique<TarvixAsyncSDK>();
+        TarvixSDK second(kTimeoutMs);
+        EXPECT_EQ(tv::counters().initCalls, 2u);
+        ASSERT_TRUE(second.connect());
+        first.reset();
+        EXPECT_EQ(tv::counters().exitCalls, 1u);
+
+        // The surviving session still talks to its adapter.
+        Bytes text;
+        EXPECT_EQ(second.getUsbString(text, 4), StatusCode::SUCCESS);
+        EXPECT_EQ(std::string(text.begin(), text.end()), "1.0.0");
+    }
+    EXPECT_EQ(tv::counters().exitCalls, 2u);
+    EXPECT_EQ(tv::counters().openHandles, 0u);
+}
+
+// Frames from the adapter, reassembled on the reader thread, on both report sizes.
+class ResponsesOnTheWire : public AsyncSessionTest, public ::testing::WithParamInterface<std::uint16_t> {
+protected:
+    tv::AdapterConfig adapterConfig() const override
+    {
+        tv::AdapterConfig config;
+        config.productId = GetParam();
+        return config;
+    }
+};
+
+TEST_P(ResponsesOnTheWire, ArriveWholeWhateverTheirLength)
+{
+    const std::size_t capacity = adapter().reportSize() - 2;
+    std::vector<Bytes> sent;
+    for (std::size_t size : {std::size_t{6}, capacity, capacity + 1, 3 * capacity + 5}) {
+        Bytes payload(size - 6);
+        for (std::size_t i = 0; i < payload.size(); ++i) {
+            payload[i] = static_cast<std::uint8_t>(size + i);
+        }
+        sent.push_back(tv::responseFrame(static_cast<std::uint16_t>(size), 0x0407, 0, payload));
+        adapter().sendFrame(sent.back());
+    }
+    EXPECT_EQ(received().waitFor(sent.size()), sent);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothReportSizes, ResponsesOnTheWire, ::testing::Values(0x82FC, 0x82FD),
+                         [](const ::testing::TestParamInfo<std::uint16_t>& value) {
+                             return value.param == 0x82FC ? std::string("Reports64") : std::string("Reports1024");
+                         });
+
+using ReaderThread = VirtualAdapterTest;
+
+TEST_F(ReaderThread, GoesOnAfterAHandlerThrows)
+{
+    Inbox<Bytes> frames;
+    TarvixAsyncSDK sdk;
+    sdk.onResponse([&frames](const Bytes& frame) {
+        if (frame[0] == 1) {
+            throw std::runtime_error("handler failure");
+        }
+        frames.push(frame);
+    });
+    ASSERT_TRUE(sdk.connect());
+    adapter().sendFrame(tv::responseFrame(1, 0x0407, 0));
+    adapter().sendFrame(tv::responseFrame(2, 0x0407, 0));
+    EXPECT_EQ(frames.waitFor(1), (std::vector<Bytes>{tv::responseFrame(2, 0x0407, 0)}));
+}
+
+TEST_F(ReaderThread, RefusesToDisconnectFromItself)
+{
+    Inbox<std::error_code> errors;
+    TarvixAsyncSDK sdk;
+    sdk.onResponse([&](const Bytes&) {
+        try {
+            sdk.disconnect();
+            errors.push(std::error_code());
+        } catch (const std::system_error& error) {
+            errors.push(error.code());
+        }
+    });
+    ASSERT_TRUE(sdk.connect());
+    adapter().sendFrame(tv::responseFrame(1, 0x0407, 0));
+    const std::vector<std::error_code> seen = errors.waitFor(1);
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0], std::errc::resource_deadlock_would_occur);
+
+    sdk.disconnect();
+    EXPECT_FALSE(sdk.isConnected());
+    EXPECT_EQ(adapter().openHandles(), 0u);
+}
+
+TEST_F(ReaderThread, SurvivesAnUnplugUntilDisconnect)
+{
+    TarvixAsyncSDK sdk;
+    ASSERT_TRUE(sdk.connect());
+    ASSERT_TRUE(adapter().waitForBlockedReaders(1, 5s));
+    adapter().unplug();
+    EXPECT_TRUE(sdk.isConnected());
+    EXPECT_EQ(sdk.resetDevice(1), StatusCode::SUCCESS);
+    sdk.disconnect();
+    EXPECT_FALSE(sdk.isConnected());
+    EXPECT_EQ(adapter().openHandles(), 0u);
+
+    adapter().replug();
+    EXPECT_TRUE(sdk.connect());
+}
+
+} // namespace
+} // namespace tarvix_test
