@@ -44,10 +44,11 @@ TEST_F(AsyncSessionTest, ResetDevice_WritesOneReportWithTheFrameBehindItsSegment
 TEST_F(AsyncSessionTest, SendsTheTransactionIdAndCodeLittleEndian)
 {
     EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.getUsbString(0x0102, 3); }), (Bytes{0x02, 0x01, 0x07, 0x04, 0x03}));
-    EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.enterBootMode(0xFFFF); }), (Bytes{0xFF, 0xFF, 0x02, 0x04}));
     // Any index goes to the adapter as given.
     EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.getUsbString(1, 0); }).back(), 0);
     EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.getUsbString(1, 255); }).back(), 255);
+    // Last: the adapter leaves the bus for its boot loader.
+    EXPECT_EQ(requestOf([](TarvixAsyncSDK& s) { return s.enterBootMode(0xFFFF); }), (Bytes{0xFF, 0xFF, 0x02, 0x04}));
 }
 
 TEST_F(AsyncSessionTest, ReportsSuccessWhenTheWriteFails)

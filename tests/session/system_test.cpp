@@ -111,6 +111,11 @@ TEST_F(RestartCommands, ReturnAtOnceWithoutAwaitingAnAnswer)
     EXPECT_EQ(sdk.resetDevice(), StatusCode::NOT_CONNECTED);
     ASSERT_TRUE(sdk.connect());
     EXPECT_EQ(sdk.resetDevice(), StatusCode::SUCCESS);
+    ASSERT_TRUE(adapter().waitForRequests(1, 5s));
+    // The adapter restarts instead of answering and is back on the bus after a moment.
+    ASSERT_TRUE(adapter().waitForPlugged(5s));
+    sdk.disconnect();
+    ASSERT_TRUE(sdk.connect());
     EXPECT_EQ(sdk.enterBootMode(), StatusCode::SUCCESS);
     ASSERT_TRUE(adapter().waitForRequests(2, 5s));
     const std::vector<Bytes> requests = adapter().requests();

@@ -19,22 +19,22 @@ protected:
 
 TEST_F(Scripting, Responder_ReplacesTheFirmwareForItsCodeOnly) {
     std::vector<vt::Bytes> seen;
-    adapter->setResponder(0x1403, [&](const vt::Bytes& request) {
+    adapter->setResponder(0x7003, [&](const vt::Bytes& request) {
         seen.push_back(request);
         return std::vector<vt::Bytes>{
             vt::responseFrame(vt::transactionIdOf(request), vt::commandCodeOf(request), 0x0042, {1, 0}),
             vt::notificationFrame(vt::codes::GPIO_INTERRUPT, 0, {7})};
     });
-    EXPECT_EQ(roundTrip(dev, requestFrame(8, 0x1403, {3})), vt::responseFrame(8, 0x1403, 0x42, {1, 0}));
+    EXPECT_EQ(roundTrip(dev, requestFrame(8, 0x7003, {3})), vt::responseFrame(8, 0x7003, 0x42, {1, 0}));
     EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(0x1481, 0, {7}));
-    EXPECT_EQ(seen, std::vector<vt::Bytes>{requestFrame(8, 0x1403, {3})});
-    EXPECT_EQ(roundTrip(dev, requestFrame(9, 0x1404)), vt::responseFrame(9, 0x1404, 0));
+    EXPECT_EQ(seen, std::vector<vt::Bytes>{requestFrame(8, 0x7003, {3})});
+    EXPECT_EQ(roundTrip(dev, requestFrame(9, 0x7004)), vt::responseFrame(9, 0x7004, 0));
 
-    adapter->setResponder(0x1403, [](const vt::Bytes&) { return std::vector<vt::Bytes>{}; });
-    ASSERT_TRUE(writeFrame(dev, requestFrame(10, 0x1403), 64));
+    adapter->setResponder(0x7003, [](const vt::Bytes&) { return std::vector<vt::Bytes>{}; });
+    ASSERT_TRUE(writeFrame(dev, requestFrame(10, 0x7003), 64));
     EXPECT_TRUE(readReport(dev, 64, 0).empty());
-    adapter->clearResponder(0x1403);
-    EXPECT_EQ(roundTrip(dev, requestFrame(11, 0x1403)), vt::responseFrame(11, 0x1403, 0));
+    adapter->clearResponder(0x7003);
+    EXPECT_EQ(roundTrip(dev, requestFrame(11, 0x7003)), vt::responseFrame(11, 0x7003, 0));
 }
 
 TEST_F(Scripting, Responder_MayUseTheControlApiAndThrowSafely) {
@@ -96,12 +96,13 @@ TEST_F(Scripting, Delay_HoldsTheAnswerButNotLaterNotifications) {
 }
 
 TEST_F(Scripting, Drop_SwallowsTheNextAnswersOnly) {
+    adapter->setResponder(0x7005, [](const vt::Bytes&) { return std::vector<vt::Bytes>{}; });
     adapter->dropNextResponses(2);
-    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x0401), 64));  // unanswered anyway: not counted
-    ASSERT_TRUE(writeFrame(dev, requestFrame(2, 0x1401), 64));
-    ASSERT_TRUE(writeFrame(dev, requestFrame(3, 0x1401), 64));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x7005), 64));  // unanswered anyway: not counted
+    ASSERT_TRUE(writeFrame(dev, requestFrame(2, 0x7001), 64));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(3, 0x7001), 64));
     EXPECT_TRUE(readReport(dev, 64, 0).empty());
-    EXPECT_EQ(roundTrip(dev, requestFrame(4, 0x1401)), vt::responseFrame(4, 0x1401, 0));
+    EXPECT_EQ(roundTrip(dev, requestFrame(4, 0x7001)), vt::responseFrame(4, 0x7001, 0));
 }
 
 TEST_F(Scripting, WriteFailure_ReturnsMinusOneAndReachesNoFirmware) {
@@ -116,12 +117,12 @@ TEST_F(Scripting, WriteFailure_ReturnsMinusOneAndReachesNoFirmware) {
 }
 
 TEST_F(Scripting, Records_ClearAndStopWhileRequestsAreStillCounted) {
-    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x0401), 64));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x7001), 64));
     adapter->clearRecords();
     EXPECT_TRUE(adapter->writtenReports().empty());
     EXPECT_FALSE(adapter->waitForRequests(1, 10ms));
     adapter->setRecording(false);
-    std::thread writer([this] { writeFrame(dev, requestFrame(2, 0x0401), 64); });
+    std::thread writer([this] { writeFrame(dev, requestFrame(2, 0x7001), 64); });
     EXPECT_TRUE(adapter->waitForRequests(1, 5s));
     writer.join();
     EXPECT_TRUE(adapter->requests().empty());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "frame.hpp"
 
@@ -37,6 +38,7 @@ void DeviceCore::recordRejected(const std::uint8_t* data, std::size_t length) {
 void DeviceCore::powerCycle() {
     std::lock_guard<std::mutex> lock(mutex_);
     reassembly_.clear();
+    restartFirmware(firmware_.state());
 }
 
 // Like the device, the buffer is emptied only by the next first segment, so a
@@ -83,6 +85,9 @@ void DeviceCore::handleRequest(std::unique_lock<std::mutex>& lock) {
     // What the command set off on the bus (an interrupt, looped-back bytes)
     // follows its answer.
     for (const Bytes& notification : notifications_) emitFrame(notification, ready);
+    // A reset or boot-mode command takes the device off the bus once handled.
+    const Departure departure = std::exchange(firmware_.state().rails.departure, Departure::STAY);
+    if (departure != Departure::STAY) sink_.leaveBus(departure == Departure::RESTART);
 }
 
 bool DeviceCore::takeDrop() {

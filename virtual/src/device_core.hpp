@@ -23,11 +23,14 @@ namespace tarvix_virtual::detail {
 
 using Clock = std::chrono::steady_clock;
 
-// Receives input reports. Called with the core's lock held, so it must not
-// call back into the core.
+// Receives input reports, and learns when the device drops off the bus.
+// Called with the core's lock held, so it must not call back into the core.
 class InputSink {
 public:
     virtual void deliver(const std::uint8_t* report, std::size_t length, Clock::time_point ready) = 0;
+    // The firmware restarts (@p comesBack: it re-enumerates after its restart
+    // time) or leaves for its boot loader (it does not come back by itself).
+    virtual void leaveBus(bool comesBack) = 0;
 
 protected:
     ~InputSink() = default;
@@ -44,7 +47,8 @@ public:
     bool receiveOutputReport(const std::uint8_t* data, std::size_t length);
     // Records a write the transport refused before it reached the device.
     void recordRejected(const std::uint8_t* data, std::size_t length);
-    // Forgets a half-received request, as a power cycle would.
+    // Forgets a half-received request and the firmware's settings, as a power
+    // cycle would; what is attached to the pins stays.
     void powerCycle();
 
     void setRecording(bool on);
@@ -68,6 +72,17 @@ public:
     decltype(auto) withFirmware(F&& f) {
         std::lock_guard<std::mutex> lock(mutex_);
         return f(firmware_.state());
+    }
+
+    // Like withFirmware, for a bench change that raises notifications (a test
+    // drives a GPIO input, the far end sends on the UART): @p f also gets a
+    // list to put notification frames in, which go out as soon as it returns.
+    template <class F>
+    void withFirmwareRaising(F&& f) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<Bytes> raised;
+        f(firmware_.state(), raised);
+        for (const Bytes& frame : raised) emitFrame(frame, Clock::now());
     }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "frame.hpp"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -45,11 +46,20 @@ std::string toUtf8(const std::wstring& wide) {
     return out;
 }
 
-detail::FirmwareState firmwareState(const AdapterConfig& config) {
+detail::FirmwareState firmwareState(const AdapterConfig& config, std::size_t reportSize) {
     detail::FirmwareState state;
     state.usbStrings = {config.manufacturer, config.product,
                         config.serialString.value_or(toUtf8(config.serialNumber.value_or(L""))),
                         config.firmwareVersion, config.hardwareVersion};
+    // A UART notification must fit one report: segment header, frame header, u16 count.
+    state.uart.chunk = reportSize - detail::kSegmentHeaderSize - detail::kResponseHeaderSize - 2;
+    if (config.bench) {
+        state.i2c.buses[0].targets.emplace(std::uint8_t{0x48}, detail::I2cTemperatureSensor{});
+        state.i2c.buses[0].targets.emplace(std::uint8_t{0x50}, detail::I2cEeprom{});
+        state.spi.flashes[0].emplace();
+        state.gpio.wire(0, 1);
+        state.uart.loopback = true;
+    }
     return state;
 }
 
@@ -63,11 +73,12 @@ VirtualAdapter::Impl::Impl(const AdapterConfig& config, std::string adapterPath,
       serialNumber(config.serialNumber),
       manufacturer(widen(config.manufacturer)),
       product(widen(config.product)),
-      core(reportSize, firmwareState(config), *this) {}
+      restartTime(config.restartTime),
+      core(reportSize, firmwareState(config, reportSize), *this) {}
 
 std::shared_ptr<detail::InputQueue> VirtualAdapter::Impl::open() {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!plugged_ || openFails.load()) return nullptr;
+    if (!pluggedLocked() || openFails.load()) return nullptr;
     queues_.push_back(std::make_shared<detail::InputQueue>(readers));
     ++openHandles;
     return queues_.back();
@@ -89,6 +100,11 @@ void VirtualAdapter::Impl::close(const std::shared_ptr<detail::InputQueue>& queu
 
 void VirtualAdapter::Impl::unplug() {
     std::lock_guard<std::mutex> lock(mutex_);
+    unplugLocked();
+    returnAt_.reset();
+}
+
+void VirtualAdapter::Impl::unplugLocked() {
     plugged_ = false;
     // Handles opened so far belong to the device that went away; they stay
     // dead even if it comes back, as hidraw files do.
@@ -98,13 +114,44 @@ void VirtualAdapter::Impl::unplug() {
 
 void VirtualAdapter::Impl::replug() {
     core.powerCycle();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!removed_) plugged_ = true;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!removed_) plugged_ = true;
+        returnAt_.reset();
+    }
+    replugged_.notify_all();
 }
 
-bool VirtualAdapter::Impl::plugged() const {
+// The firmware already restarted its state while handling the command; the
+// device only has to disappear until it has booted again.
+void VirtualAdapter::Impl::leaveBus(bool comesBack) {
     std::lock_guard<std::mutex> lock(mutex_);
+    unplugLocked();
+    returnAt_.reset();
+    if (comesBack && !removed_) returnAt_ = detail::Clock::now() + restartTime;
+}
+
+bool VirtualAdapter::Impl::pluggedLocked() {
+    if (!plugged_ && returnAt_ && detail::Clock::now() >= *returnAt_) {
+        plugged_ = true;
+        returnAt_.reset();
+    }
     return plugged_;
+}
+
+bool VirtualAdapter::Impl::plugged() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return pluggedLocked();
+}
+
+bool VirtualAdapter::Impl::waitForPlugged(std::chrono::milliseconds timeout) {
+    const auto deadline = detail::Clock::now() + timeout;
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!pluggedLocked()) {
+        if (detail::Clock::now() >= deadline) return false;
+        replugged_.wait_until(lock, returnAt_ ? std::min(*returnAt_, deadline) : deadline);
+    }
+    return true;
 }
 
 void VirtualAdapter::Impl::deliver(const std::uint8_t* report, std::size_t length,

@@ -7,8 +7,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,6 +36,7 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     const std::optional<std::wstring> serialNumber;
     const std::wstring manufacturer;
     const std::wstring product;
+    const std::chrono::milliseconds restartTime;
 
     detail::DeviceCore core;
     detail::ReaderWatch readers;
@@ -45,16 +49,25 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     void close(const std::shared_ptr<detail::InputQueue>& queue);
     void unplug();
     void replug();
-    bool plugged() const;
+    // Plugged now; an adapter back from its restart counts as plugged from
+    // its return time on, without any timer: whoever asks first notices.
+    bool plugged();
+    bool waitForPlugged(std::chrono::milliseconds timeout);
 
     // Every open handle gets every input report, as every open hidraw file does.
     void deliver(const std::uint8_t* report, std::size_t length,
                  detail::Clock::time_point ready) override;
+    void leaveBus(bool comesBack) override;
 
 private:
+    bool pluggedLocked();
+    void unplugLocked();
+
     mutable std::mutex mutex_;
+    std::condition_variable replugged_;
     bool plugged_ = true;
     bool removed_ = false;
+    std::optional<detail::Clock::time_point> returnAt_;  // set while restarting
     std::vector<std::shared_ptr<detail::InputQueue>> queues_;
 
     friend class detail::Registry;

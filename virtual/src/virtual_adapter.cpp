@@ -19,6 +19,9 @@ std::size_t VirtualAdapter::reportSize() const { return impl_->core.reportSize()
 void VirtualAdapter::unplug() { impl_->unplug(); }
 void VirtualAdapter::replug() { impl_->replug(); }
 bool VirtualAdapter::plugged() const { return impl_->plugged(); }
+bool VirtualAdapter::waitForPlugged(std::chrono::milliseconds timeout) const {
+    return impl_->waitForPlugged(timeout);
+}
 
 std::vector<WrittenReport> VirtualAdapter::writtenReports() const { return impl_->core.writtenReports(); }
 std::vector<Bytes> VirtualAdapter::requests() const { return impl_->core.requests(); }

@@ -63,6 +63,29 @@ namespace codes {
 inline constexpr std::uint16_t RESET_DEVICE = 0x0401;     ///< restarts; no answer
 inline constexpr std::uint16_t ENTER_BOOT_MODE = 0x0402;  ///< leaves the firmware; no answer
 inline constexpr std::uint16_t GET_USB_STRING = 0x0407;   ///< payload: string index 1..5
+inline constexpr std::uint16_t SET_I3C_RAIL = 0x0404;            ///< u16 millivolts
+inline constexpr std::uint16_t SET_SHARED_RAIL = 0x0405;         ///< u16 millivolts, flag byte
+inline constexpr std::uint16_t GET_ANALOG_MEASUREMENTS = 0x0409; ///< answers shared, I3C 1, I3C 2 (u16 mV each)
+inline constexpr std::uint16_t I3C_RAIL_EXTERNAL = 0x040A;       ///< flag byte
+inline constexpr std::uint16_t SHARED_RAIL_EXTERNAL = 0x040B;    ///< flag byte
+inline constexpr std::uint16_t I2C_SET_PULL_UPS = 0x0802;        ///< bus, pull-up selection
+inline constexpr std::uint16_t I2C_INIT = 0x0901;                ///< bus, u32 frequency, option
+inline constexpr std::uint16_t I2C_SET_PARAMETERS = 0x0902;      ///< as I2C_INIT, on an initialised bus
+inline constexpr std::uint16_t I2C_WRITE = 0x0904;
+inline constexpr std::uint16_t I2C_READ = 0x0905;
+inline constexpr std::uint16_t I2C_SCAN = 0x0906;
+inline constexpr std::uint16_t SPI_INIT = 0x0D01;
+inline constexpr std::uint16_t SPI_SET_PARAMETERS = 0x0D02;
+inline constexpr std::uint16_t SPI_TRANSFER = 0x0D04;
+inline constexpr std::uint16_t UART_DEINIT = 0x1001;
+inline constexpr std::uint16_t UART_INIT = 0x1002;
+inline constexpr std::uint16_t UART_SET_PARAMETERS = 0x1003;
+inline constexpr std::uint16_t UART_SEND = 0x1005;
+inline constexpr std::uint16_t GPIO_CONFIGURE_PIN = 0x1401;
+inline constexpr std::uint16_t GPIO_WRITE = 0x1402;
+inline constexpr std::uint16_t GPIO_READ = 0x1403;
+inline constexpr std::uint16_t GPIO_ARM_INTERRUPT = 0x1404;
+inline constexpr std::uint16_t GPIO_DISARM_INTERRUPT = 0x1405;
 inline constexpr std::uint16_t UART_RX = 0x1081;          ///< notification: UART bytes received
 inline constexpr std::uint16_t GPIO_INTERRUPT = 0x1481;   ///< notification: a GPIO pin fired
 inline constexpr std::uint16_t I3C_IBI = 0x1981;          ///< notification: I3C in-band interrupt
@@ -72,7 +95,19 @@ inline constexpr std::uint16_t I3C_HOT_JOIN = 0x1982;     ///< notification: I3C
 /// Statuses the firmware model puts in bytes 4..5 of its responses.
 enum class DeviceStatus : std::uint16_t {
     SUCCESS = 0x0000,          ///< the command was carried out
-    INVALID_PARAMETER = 0x0001 ///< an argument is missing or out of range (e.g. USB string index 0 or 6)
+    INVALID_PARAMETER = 0x0001, ///< an argument is missing or out of range (e.g. USB string index 0 or 6)
+    /// A setting the firmware does not offer: GPIO function or trigger, SPI mode, width or
+    /// frequency, UART baud index, parity, data size or stop bits, I2C frequency or pull-up value.
+    UNSUPPORTED_SETTING = 0x0002,
+    /// A rail voltage outside what the regulators make: 1200..3300 mV, both rails.
+    VOLTAGE_OUT_OF_RANGE = 0x0003,
+    /// GPIO: the pin's function does not allow the command (write to a pin that is not an
+    /// output, read of a disabled pin, interrupt on a pin not configured as DIGITAL_INTERRUPT).
+    PIN_FUNCTION_MISMATCH = 0x0010,
+    I2C_BUS_NOT_INITIALISED = 0x0020, ///< I2C transfer, scan or set-parameters before the bus's init
+    I2C_NACK = 0x0021,                ///< no target acknowledged the address
+    SPI_NOT_INITIALISED = 0x0030,     ///< SPI transfer or set-parameters before init
+    UART_NOT_INITIALISED = 0x0040     ///< UART send or set-parameters while the port is closed
 };
 
 /// Description of one virtual adapter, given to attach().
@@ -94,6 +129,12 @@ struct AdapterConfig {
     std::optional<std::string> serialString;
     std::string firmwareVersion = "1.0.0";  ///< USB string 4
     std::string hardwareVersion = "A1";     ///< USB string 5
+    /// Puts the default bench on the adapter (see targets.hpp): a 256-byte EEPROM at 0x50 and
+    /// a temperature sensor at 0x48 on I2C bus 0, a SPI NOR flash on chip select 0, GPIO 0
+    /// wired to GPIO 1, UART TX looped back to RX. False: nothing is attached or wired.
+    bool bench = true;
+    /// How long the adapter stays off the bus after a reset command.
+    std::chrono::milliseconds restartTime{200};
 };
 
 /// One hid_write as the adapter saw it.
@@ -124,10 +165,17 @@ public:
     /// hid_read_timeout and hid_write on every handle opened before return -1
     /// at once; blocked readers wake. Those handles stay dead after replug().
     void unplug();
-    /// Plugs it back in (a power cycle: half-received requests are forgotten;
-    /// responders and scripts stay). No effect on an adapter removed by reset().
+    /// Plugs it back in (a power cycle: half-received requests and the firmware's
+    /// settings are forgotten; responders, scripts and the bench stay). Also brings
+    /// back an adapter that left for its boot mode or is restarting after a reset
+    /// command. No effect on an adapter removed by reset().
     void replug();
+    /// False while unplugged; an adapter restarting after a reset command is plugged again
+    /// once its restart time has passed (AdapterConfig::restartTime).
     bool plugged() const;
+    /// Waits until the adapter is plugged (back after a reset, or replug()); false if the
+    /// timeout passed first.
+    bool waitForPlugged(std::chrono::milliseconds timeout) const;
     /// @}
 
     /// @name Records

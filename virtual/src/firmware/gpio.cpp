@@ -1,7 +1,173 @@
+// GPIO: pin functions, digital write and read, and interrupts raised by the
+// level changes a write (or the bench) makes on a pin.
 #include "firmware/firmware.hpp"
+#include "tarvix_virtual/virtual_adapter.hpp"
 
 namespace tarvix_virtual::detail {
 
-void registerGpioCommands(CommandTable&) {}
+std::array<bool, GpioState::kPins> GpioState::levels() const {
+    std::array<bool, kPins> result{};
+    for (std::size_t i = 0; i < kPins; ++i) {
+        const GpioPin& pin = pins[i];
+        if (pin.function == PinFunction::OUTPUT) {
+            result[i] = pin.output;
+        } else if (wiredTo[i] && pins[*wiredTo[i]].function == PinFunction::OUTPUT) {
+            result[i] = pins[*wiredTo[i]].output;
+        } else {
+            result[i] = pin.driven;
+        }
+    }
+    return result;
+}
+
+std::vector<std::uint8_t> GpioState::fired(const std::array<bool, kPins>& before) const {
+    const std::array<bool, kPins> now = levels();
+    std::vector<std::uint8_t> result;
+    for (std::size_t i = 0; i < kPins; ++i) {
+        if (pins[i].function != PinFunction::INTERRUPT || before[i] == now[i]) continue;
+        const Trigger wanted = now[i] ? Trigger::RISING : Trigger::FALLING;
+        if (pins[i].trigger == wanted || pins[i].trigger == Trigger::BOTH)
+            result.push_back(static_cast<std::uint8_t>(i));
+    }
+    return result;
+}
+
+void GpioState::wire(std::uint8_t a, std::uint8_t b) {
+    unwire(a);
+    unwire(b);
+    if (a == b) return;
+    wiredTo[a] = b;
+    wiredTo[b] = a;
+}
+
+void GpioState::unwire(std::uint8_t pin) {
+    if (const auto other = wiredTo[pin]) wiredTo[*other].reset();
+    wiredTo[pin].reset();
+}
+
+void GpioState::restart() {
+    for (GpioPin& pin : pins) {
+        pin.function = PinFunction::INPUT;
+        pin.output = false;
+        pin.trigger = Trigger::NONE;
+    }
+}
+
+namespace {
+
+constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
+
+// Every GPIO command starts with the pin number; the adapter has pins 0..7.
+std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply) {
+    const auto pin = request.payloadU8(0);
+    if (!pin || *pin >= GpioState::kPins) {
+        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        return std::nullopt;
+    }
+    return pin;
+}
+
+std::optional<bool> levelAt(const Request& request, std::size_t offset, Reply& reply) {
+    const auto level = request.payloadU8(offset);
+    if (!level || *level > 1) {
+        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        return std::nullopt;
+    }
+    return *level == 1;
+}
+
+// A change to the pins may fire interrupts; they follow the command's answer.
+template <class Change>
+void changePins(GpioState& gpio, Reply& reply, Change&& change) {
+    const auto before = gpio.levels();
+    change();
+    for (const std::uint8_t pin : gpio.fired(before)) reply.notify(codes::GPIO_INTERRUPT, {pin});
+}
+
+// Payload: pin, function, initial level (used by outputs). Leaving the
+// interrupt function disarms the pin.
+void configurePin(FirmwareState& state, const Request& request, Reply& reply) {
+    const auto pin = pinOf(request, reply);
+    if (!pin) return;
+    const auto function = request.payloadU8(1);
+    if (!function) {
+        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        return;
+    }
+    if (*function > static_cast<std::uint8_t>(PinFunction::DISABLED)) {
+        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        return;
+    }
+    const auto level = levelAt(request, 2, reply);
+    if (!level) return;
+    changePins(state.gpio, reply, [&] {
+        GpioPin& target = state.gpio.pins[*pin];
+        target.function = static_cast<PinFunction>(*function);
+        target.output = *level;
+        if (target.function != PinFunction::INTERRUPT) target.trigger = Trigger::NONE;
+    });
+}
+
+// Payload: pin, level. Only an output can be written.
+void digitalWrite(FirmwareState& state, const Request& request, Reply& reply) {
+    const auto pin = pinOf(request, reply);
+    if (!pin) return;
+    const auto level = levelAt(request, 1, reply);
+    if (!level) return;
+    GpioPin& target = state.gpio.pins[*pin];
+    if (target.function != PinFunction::OUTPUT) {
+        reply.setStatus(status(DeviceStatus::PIN_FUNCTION_MISMATCH));
+        return;
+    }
+    changePins(state.gpio, reply, [&] { target.output = *level; });
+}
+
+// Payload: pin. Answer: one level byte, also on failure (then 0), so the
+// answer always has the shape the host decodes.
+void digitalRead(FirmwareState& state, const Request& request, Reply& reply) {
+    const auto pin = pinOf(request, reply);
+    bool level = false;
+    if (pin && state.gpio.pins[*pin].function == PinFunction::DISABLED)
+        reply.setStatus(status(DeviceStatus::PIN_FUNCTION_MISMATCH));
+    else if (pin)
+        level = state.gpio.levels()[*pin];
+    reply.appendU8(level ? 1 : 0);
+}
+
+// Payload: pin, trigger 1..3. The pin must be configured as DIGITAL_INTERRUPT.
+void armInterrupt(FirmwareState& state, const Request& request, Reply& reply) {
+    const auto pin = pinOf(request, reply);
+    if (!pin) return;
+    const auto trigger = request.payloadU8(1);
+    if (!trigger) {
+        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        return;
+    }
+    if (*trigger < static_cast<std::uint8_t>(Trigger::RISING) ||
+        *trigger > static_cast<std::uint8_t>(Trigger::BOTH)) {
+        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        return;
+    }
+    GpioPin& target = state.gpio.pins[*pin];
+    if (target.function != PinFunction::INTERRUPT) {
+        reply.setStatus(status(DeviceStatus::PIN_FUNCTION_MISMATCH));
+        return;
+    }
+    target.trigger = static_cast<Trigger>(*trigger);
+}
+
+void disarmInterrupt(FirmwareState& state, const Request& request, Reply& reply) {
+    if (const auto pin = pinOf(request, reply)) state.gpio.pins[*pin].trigger = Trigger::NONE;
+}
+
+}  // namespace
+
+void registerGpioCommands(CommandTable& table) {
+    table[codes::GPIO_CONFIGURE_PIN] = configurePin;
+    table[codes::GPIO_WRITE] = digitalWrite;
+    table[codes::GPIO_READ] = digitalRead;
+    table[codes::GPIO_ARM_INTERRUPT] = armInterrupt;
+    table[codes::GPIO_DISARM_INTERRUPT] = disarmInterrupt;
+}
 
 }  // namespace tarvix_virtual::detail

@@ -1,7 +1,192 @@
+// SPI: the controller's settings and full-duplex transfers with the flash
+// chips on its chip-select lines.
+#include <algorithm>
+#include <cstddef>
+
 #include "firmware/firmware.hpp"
+#include "tarvix_virtual/virtual_adapter.hpp"
 
 namespace tarvix_virtual::detail {
 
-void registerSpiCommands(CommandTable&) {}
+namespace {
+
+constexpr std::uint8_t kPageProgram = 0x02;
+constexpr std::uint8_t kRead = 0x03;
+constexpr std::uint8_t kWriteDisable = 0x04;
+constexpr std::uint8_t kReadStatus = 0x05;
+constexpr std::uint8_t kWriteEnable = 0x06;
+constexpr std::uint8_t kFastRead = 0x0B;
+constexpr std::uint8_t kSectorErase = 0x20;
+constexpr std::uint8_t kChipErase = 0x60;
+constexpr std::uint8_t kChipEraseAlt = 0xC7;
+constexpr std::uint8_t kReadJedecId = 0x9F;
+constexpr std::uint8_t kStatusWriteEnabled = 0x02;
+
+std::size_t addressOf(const std::vector<std::uint8_t>& mosi) {
+    return (static_cast<std::size_t>(mosi[1]) << 16 | static_cast<std::size_t>(mosi[2]) << 8 | mosi[3]) %
+           SpiFlash::kSize;
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> SpiFlash::transact(const std::vector<std::uint8_t>& mosi) {
+    std::vector<std::uint8_t> miso(mosi.size(), 0xFF);
+    if (mosi.empty()) return miso;
+    const std::uint8_t command = mosi[0];
+    switch (command) {
+    case kReadJedecId:
+        for (std::size_t i = 1; i < miso.size() && i <= kJedecId.size(); ++i) miso[i] = kJedecId[i - 1];
+        break;
+    case kReadStatus:
+        for (std::size_t i = 1; i < miso.size(); ++i) miso[i] = writeEnabled ? kStatusWriteEnabled : 0;
+        break;
+    case kWriteEnable:
+        writeEnabled = true;
+        break;
+    case kWriteDisable:
+        writeEnabled = false;
+        break;
+    case kRead:
+    case kFastRead: {
+        const std::size_t first = command == kRead ? 4 : 5;  // fast read has one dummy byte
+        if (mosi.size() < 4) break;
+        std::size_t address = addressOf(mosi);
+        for (std::size_t i = first; i < miso.size(); ++i) {
+            miso[i] = memory[address];
+            address = (address + 1) % kSize;
+        }
+        break;
+    }
+    case kPageProgram: {
+        // Programming only clears bits; past the end of the page it wraps to
+        // the page's start.
+        if (!writeEnabled || mosi.size() < 4) break;
+        const std::size_t address = addressOf(mosi);
+        const std::size_t page = address - address % kPage;
+        for (std::size_t i = 4; i < mosi.size(); ++i)
+            memory[page + (address + i - 4) % kPage] &= mosi[i];
+        writeEnabled = false;
+        break;
+    }
+    case kSectorErase: {
+        if (!writeEnabled || mosi.size() < 4) break;
+        const std::size_t address = addressOf(mosi);
+        const std::size_t sector = address - address % kSector;
+        std::fill(memory.begin() + static_cast<std::ptrdiff_t>(sector),
+                  memory.begin() + static_cast<std::ptrdiff_t>(sector + kSector), std::uint8_t{0xFF});
+        writeEnabled = false;
+        break;
+    }
+    case kChipErase:
+    case kChipEraseAlt:
+        if (!writeEnabled) break;
+        std::fill(memory.begin(), memory.end(), std::uint8_t{0xFF});
+        writeEnabled = false;
+        break;
+    default:
+        break;  // unknown command: the chip stays silent
+    }
+    return miso;
+}
+
+void SpiState::restart() {
+    initialised = false;
+    lsbFirst = false;
+    mode = 0;
+    dataWidth = 8;
+    chipSelect = 0;
+    activeHigh = false;
+    frequency = 0;
+}
+
+namespace {
+
+constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
+
+std::vector<std::uint8_t> payloadOf(const Request& request) {
+    std::vector<std::uint8_t> payload(request.payloadSize());
+    for (std::size_t i = 0; i < payload.size(); ++i) payload[i] = *request.payloadU8(i);
+    return payload;
+}
+
+std::uint8_t reversed(std::uint8_t byte) {
+    std::uint8_t result = 0;
+    for (int i = 0; i < 8; ++i) result = static_cast<std::uint8_t>(result << 1 | ((byte >> i) & 1));
+    return result;
+}
+
+// Payload: bit order, mode, data width, chip select, chip-select polarity,
+// u32 frequency in Hz. Set-parameters needs an initialised controller.
+void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
+    const std::vector<std::uint8_t> p = payloadOf(request);
+    if (p.size() < 9) {
+        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        return;
+    }
+    SpiState& spi = state.spi;
+    if (!init && !spi.initialised) {
+        reply.setStatus(status(DeviceStatus::SPI_NOT_INITIALISED));
+        return;
+    }
+    const std::uint32_t frequency = static_cast<std::uint32_t>(p[5]) | static_cast<std::uint32_t>(p[6]) << 8 |
+                                    static_cast<std::uint32_t>(p[7]) << 16 | static_cast<std::uint32_t>(p[8]) << 24;
+    if (p[0] > 1 || p[1] > 3 || (p[2] != 8 && p[2] != 16) || p[3] >= SpiState::kChipSelects || p[4] > 1 ||
+        frequency == 0 || frequency > SpiState::kMaxFrequency) {
+        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        return;
+    }
+    spi.initialised = true;
+    spi.lsbFirst = p[0] == 1;
+    spi.mode = p[1];
+    spi.dataWidth = p[2];
+    spi.chipSelect = p[3];
+    spi.activeHigh = p[4] == 1;
+    spi.frequency = frequency;
+}
+
+void init(FirmwareState& state, const Request& request, Reply& reply) { configure(state, request, reply, true); }
+void setParameters(FirmwareState& state, const Request& request, Reply& reply) {
+    configure(state, request, reply, false);
+}
+
+// Payload: u16 data count, u16 transfer length, the data. The controller
+// clocks max(count, length) bytes, sending 0x00 after the data, and answers
+// u16 count of bytes clocked, then what came back on MISO. The flashes select
+// on an active-low line: with the polarity set active high none of them
+// listens, and MISO floats high.
+void transfer(FirmwareState& state, const Request& request, Reply& reply) {
+    const std::vector<std::uint8_t> p = payloadOf(request);
+    SpiState& spi = state.spi;
+    std::vector<std::uint8_t> miso;
+    if (p.size() < 4 || static_cast<std::size_t>(p[0] | p[1] << 8) != p.size() - 4) {
+        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+    } else if (!spi.initialised) {
+        reply.setStatus(status(DeviceStatus::SPI_NOT_INITIALISED));
+    } else {
+        std::vector<std::uint8_t> mosi(p.begin() + 4, p.end());
+        mosi.resize(std::max<std::size_t>(mosi.size(), static_cast<std::size_t>(p[2] | p[3] << 8)), 0x00);
+        std::optional<SpiFlash>& flash = spi.flashes[spi.chipSelect];
+        if (flash && !spi.activeHigh) {
+            if (spi.lsbFirst)
+                for (std::uint8_t& byte : mosi) byte = reversed(byte);
+            miso = flash->transact(mosi);
+            if (spi.lsbFirst)
+                for (std::uint8_t& byte : miso) byte = reversed(byte);
+        } else {
+            miso.assign(mosi.size(), 0xFF);
+        }
+    }
+    reply.appendU8(static_cast<std::uint8_t>(miso.size() & 0xFFu));
+    reply.appendU8(static_cast<std::uint8_t>(miso.size() >> 8));
+    reply.appendBytes(miso.data(), miso.size());
+}
+
+}  // namespace
+
+void registerSpiCommands(CommandTable& table) {
+    table[codes::SPI_INIT] = init;
+    table[codes::SPI_SET_PARAMETERS] = setParameters;
+    table[codes::SPI_TRANSFER] = transfer;
+}
 
 }  // namespace tarvix_virtual::detail

@@ -6,11 +6,30 @@
 
 namespace tarvix_virtual::detail {
 
+void restartFirmware(FirmwareState& state) {
+    state.rails.restart();
+    state.gpio.restart();
+    state.i2c.restart();
+    state.spi.restart();
+    state.uart.restart();
+    state.i3c.restart();
+}
+
 namespace {
 
 // The real adapter restarts, or drops into its ROM boot loader, instead of
-// answering; the host must not wait for a response to either.
-void noAnswer(FirmwareState&, const Request&, Reply& reply) { reply.suppress(); }
+// answering; the host must not wait for a response to either. Both take the
+// adapter off the bus; the device core carries that out after this returns.
+void reset(FirmwareState& state, const Request&, Reply& reply) {
+    restartFirmware(state);
+    state.rails.departure = Departure::RESTART;
+    reply.suppress();
+}
+
+void enterBootMode(FirmwareState& state, const Request&, Reply& reply) {
+    state.rails.departure = Departure::BOOT_LOADER;
+    reply.suppress();
+}
 
 // Payload byte 0 = descriptor index. Answer payload: one length byte N + 1,
 // then the N bytes of the string (8-bit characters, no terminator). The
@@ -32,8 +51,8 @@ void getUsbString(FirmwareState& state, const Request& request, Reply& reply) {
 }  // namespace
 
 void registerSystemCommands(CommandTable& table) {
-    table[codes::RESET_DEVICE] = noAnswer;
-    table[codes::ENTER_BOOT_MODE] = noAnswer;
+    table[codes::RESET_DEVICE] = reset;
+    table[codes::ENTER_BOOT_MODE] = enterBootMode;
     table[codes::GET_USB_STRING] = getUsbString;
 }
 
