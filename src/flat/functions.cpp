@@ -1,0 +1,490 @@
+// Flat interface: the command functions. First the pure forwards, one line each; then the
+// functions that convert arrays, optionals and enumerations on their way to the method.
+#include "handle.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+using tarvix_flat::forward;
+using tarvix_flat::required;
+using tarvix_flat::unchecked;
+using H = TarvixSDK_Handle;
+using S = TarvixSDK;
+
+// clang-format off
+// -- Device, rails, GPIO ----------------------------------------------------------------------------
+StatusCode TarvixSDK_EnterBootMode(H* h) { return forward(h, &S::enterBootMode); }
+StatusCode TarvixSDK_ResetDevice(H* h) { return forward(h, &S::resetDevice); }
+StatusCode TarvixSDK_GpioConfigureInterrupt(H* h, GpioPinNumber pin, GpioTriggerType trigger) { return forward(h, &S::gpioConfigureInterrupt, pin, trigger); }
+StatusCode TarvixSDK_GpioDigitalRead(H* h, GpioPinNumber pin, GpioLogicLevel* level) { return forward(h, &S::gpioDigitalRead, pin, unchecked(level)); }
+StatusCode TarvixSDK_GpioDigitalWrite(H* h, GpioPinNumber pin, GpioLogicLevel level) { return forward(h, &S::gpioDigitalWrite, pin, level); }
+StatusCode TarvixSDK_GpioDisableInterrupt(H* h, GpioPinNumber pin) { return forward(h, &S::gpioDisableInterrupt, pin); }
+StatusCode TarvixSDK_GpioGetVoltage(H* h, uint16_t* voltage) { return forward(h, &S::gpioGetVoltage, required(voltage)); }
+StatusCode TarvixSDK_GpioSetVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::gpioSetVoltage, voltage, flag); }
+StatusCode TarvixSDK_GpioUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::gpioUseExternalVoltage, useExternal); }
+StatusCode TarvixSDK_I2cGetBusVoltage(H* h, uint16_t* voltage) { return forward(h, &S::i2cGetBusVoltage, required(voltage)); }
+StatusCode TarvixSDK_I2cSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::i2cSetBusVoltage, voltage, flag); }
+StatusCode TarvixSDK_I2cUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::i2cUseExternalVoltage, useExternal); }
+StatusCode TarvixSDK_SpiGetBusVoltage(H* h, uint16_t* voltage) { return forward(h, &S::spiGetBusVoltage, required(voltage)); }
+StatusCode TarvixSDK_SpiSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::spiSetBusVoltage, voltage, flag); }
+StatusCode TarvixSDK_SpiUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::spiUseExternalVoltage, useExternal); }
+StatusCode TarvixSDK_UartGetBusVoltage(H* h, uint16_t* voltage) { return forward(h, &S::uartGetBusVoltage, required(voltage)); }
+StatusCode TarvixSDK_UartSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::uartSetBusVoltage, voltage, flag); }
+StatusCode TarvixSDK_UartUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::uartUseExternalVoltage, useExternal); }
+StatusCode TarvixSDK_I3cGetBusVoltage(H* h, uint16_t* voltage1, uint16_t* voltage2) { return forward(h, &S::i3cGetBusVoltage, required(voltage1), required(voltage2)); }
+StatusCode TarvixSDK_I3cSetBusVoltage(H* h, uint16_t voltage) { return forward(h, &S::i3cSetBusVoltage, voltage); }
+StatusCode TarvixSDK_I3cUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::i3cUseExternalVoltage, useExternal); }
+
+// -- I2C, SPI, UART settings ------------------------------------------------------------------------
+StatusCode TarvixSDK_I2cControllerInit(H* h, uint8_t bus, uint32_t frequency, uint8_t option) { return forward(h, &S::i2cControllerInit, bus, frequency, option); }
+StatusCode TarvixSDK_I2cSetParameters(H* h, uint8_t bus, uint32_t frequency, uint8_t option) { return forward(h, &S::i2cSetParameters, bus, frequency, option); }
+StatusCode TarvixSDK_I2cSetPullUpResistors(H* h, uint8_t bus, uint8_t pullUp) { return forward(h, &S::i2cSetPullUpResistors, bus, pullUp); }
+StatusCode TarvixSDK_SpiControllerInit(H* h, SpiBitOrder bitOrder, SpiMode mode, SpiDataWidth dataWidth, SpiChipSelect chipSelect, SpiChipSelectPolarity polarity, uint32_t frequency) { return forward(h, &S::spiControllerInit, bitOrder, mode, dataWidth, chipSelect, polarity, frequency); }
+StatusCode TarvixSDK_SpiSetParameters(H* h, SpiBitOrder bitOrder, SpiMode mode, SpiDataWidth dataWidth, SpiChipSelect chipSelect, SpiChipSelectPolarity polarity, uint32_t frequency) { return forward(h, &S::spiSetParameters, bitOrder, mode, dataWidth, chipSelect, polarity, frequency); }
+StatusCode TarvixSDK_UartInit(H* h, UartBaudRate baudRate, UartHwHandshake handshake, UartParity parity, UartDataSize dataSize, UartStopBit stopBit) { return forward(h, &S::uartInit, baudRate, handshake, parity, dataSize, stopBit); }
+StatusCode TarvixSDK_UartSetParameters(H* h, UartBaudRate baudRate, UartHwHandshake handshake, UartParity parity, UartDataSize dataSize, UartStopBit stopBit) { return forward(h, &S::uartSetParameters, baudRate, handshake, parity, dataSize, stopBit); }
+StatusCode TarvixSDK_UartDeinit(H* h) { return forward(h, &S::uartDeinit); }
+
+// -- I3C controller, bus, patterns --------------------------------------------------------------------
+StatusCode TarvixSDK_I3cControllerInit(H* h, I3cPushPullRate pushPull, I3cOpenDrainTransferRate openDrain, I2cTransferRate i2c, I3cDriveStrength drive) { return forward(h, &S::i3cControllerInit, pushPull, openDrain, i2c, drive); }
+StatusCode TarvixSDK_I3cSetParameters(H* h, I3cPushPullRate pushPull, I3cOpenDrainTransferRate openDrain, I2cTransferRate i2c, I3cDriveStrength drive) { return forward(h, &S::i3cSetParameters, pushPull, openDrain, i2c, drive); }
+StatusCode TarvixSDK_I3cResetBus(H* h) { return forward(h, &S::i3cResetBus); }
+StatusCode TarvixSDK_I3cHdrExitPattern(H* h) { return forward(h, &S::i3cHdrExitPattern); }
+StatusCode TarvixSDK_I3cTargetResetPattern(H* h) { return forward(h, &S::i3cTargetResetPattern); }
+StatusCode TarvixSDK_I3cSetTargetDeviceConfiguration(H* h, uint8_t address, uint8_t configuration) { return forward(h, &S::i3cSetTargetDeviceConfiguration, address, I3cTargetConfiguration{configuration}); }
+
+// -- I3C CCCs ---------------------------------------------------------------------------------------
+StatusCode TarvixSDK_I3cCccENECBroadcast(H* h, uint8_t events) { return forward(h, &S::i3cCccENECBroadcast, events); }
+StatusCode TarvixSDK_I3cCccDISECBroadcast(H* h, uint8_t events) { return forward(h, &S::i3cCccDISECBroadcast, events); }
+StatusCode TarvixSDK_I3cCccENTAS0Broadcast(H* h) { return forward(h, &S::i3cCccENTAS0Broadcast); }
+StatusCode TarvixSDK_I3cCccENTAS1Broadcast(H* h) { return forward(h, &S::i3cCccENTAS1Broadcast); }
+StatusCode TarvixSDK_I3cCccENTAS2Broadcast(H* h) { return forward(h, &S::i3cCccENTAS2Broadcast); }
+StatusCode TarvixSDK_I3cCccENTAS3Broadcast(H* h) { return forward(h, &S::i3cCccENTAS3Broadcast); }
+StatusCode TarvixSDK_I3cCccRSTDAA(H* h) { return forward(h, &S::i3cCccRSTDAA); }
+StatusCode TarvixSDK_I3cCccENTDAA(H* h) { return forward(h, &S::i3cCccENTDAA); }
+StatusCode TarvixSDK_I3cCccSETMWLBroadcast(H* h, uint16_t maxWriteLength) { return forward(h, &S::i3cCccSETMWLBroadcast, maxWriteLength); }
+StatusCode TarvixSDK_I3cCccRSTGRPABroadcast(H* h) { return forward(h, &S::i3cCccRSTGRPABroadcast); }
+StatusCode TarvixSDK_I3cCccENECDirect(H* h, uint8_t address, uint8_t events) { return forward(h, &S::i3cCccENECDirect, address, events); }
+StatusCode TarvixSDK_I3cCccDISECDirect(H* h, uint8_t address, uint8_t events) { return forward(h, &S::i3cCccDISECDirect, address, events); }
+StatusCode TarvixSDK_I3cCccENTAS0Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS0Direct, address); }
+StatusCode TarvixSDK_I3cCccENTAS1Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS1Direct, address); }
+StatusCode TarvixSDK_I3cCccENTAS2Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS2Direct, address); }
+StatusCode TarvixSDK_I3cCccENTAS3Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS3Direct, address); }
+StatusCode TarvixSDK_I3cCccSETDASA(H* h, uint8_t staticAddress, uint8_t dynamicAddress) { return forward(h, &S::i3cCccSETDASA, staticAddress, dynamicAddress); }
+StatusCode TarvixSDK_I3cCccSETNEWDA(H* h, uint8_t address, uint8_t newDynamicAddress) { return forward(h, &S::i3cCccSETNEWDA, address, newDynamicAddress); }
+StatusCode TarvixSDK_I3cCccSETMWLDirect(H* h, uint8_t address, uint16_t maxWriteLength) { return forward(h, &S::i3cCccSETMWLDirect, address, maxWriteLength); }
+StatusCode TarvixSDK_I3cCccSETGRPADirect(H* h, uint8_t address, uint8_t groupAddress) { return forward(h, &S::i3cCccSETGRPADirect, address, groupAddress); }
+StatusCode TarvixSDK_I3cCccRSTGRPADirect(H* h, uint8_t address) { return forward(h, &S::i3cCccRSTGRPADirect, address); }
+StatusCode TarvixSDK_I3cCccGETMWL(H* h, uint8_t address, uint16_t* maxWriteLength) { return forward(h, &S::i3cCccGETMWL, address, required(maxWriteLength)); }
+StatusCode TarvixSDK_I3cCccGETBCR(H* h, uint8_t address, uint8_t* bcr) { return forward(h, &S::i3cCccGETBCR, address, required(bcr)); }
+StatusCode TarvixSDK_I3cCccGETDCR(H* h, uint8_t address, uint8_t* dcr) { return forward(h, &S::i3cCccGETDCR, address, required(dcr)); }
+// clang-format on
+
+// -- Conversions --------------------------------------------------------------------------------------
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// The register address field of the transfers holds at most four bytes.
+constexpr std::uint8_t kMaxRegisterAddress = 4;
+
+Bytes bytesFrom(const std::uint8_t* data, std::size_t count)
+{
+    return data != nullptr && count > 0 ? Bytes(data, data + count) : Bytes();
+}
+
+bool registerAddressValid(const std::uint8_t* registerAddress, std::uint8_t length) noexcept
+{
+    return length <= kMaxRegisterAddress && (length == 0 || registerAddress != nullptr);
+}
+
+// A buffer whose count says there is something to read must be there.
+bool inputValid(const void* data, std::size_t count) noexcept { return count == 0 || data != nullptr; }
+
+void copyOut(const Bytes& bytes, std::uint8_t* out) noexcept
+{
+    if (!bytes.empty()) {
+        std::memcpy(out, bytes.data(), bytes.size());
+    }
+}
+
+// The optional trailing bytes of SETBUSCON and SETXTIME: a pointer means present (empty when
+// the count is 0), null with count 0 means absent. Null with a count is the caller's error.
+bool optionalBytes(const std::uint8_t* data, std::size_t count, std::optional<Bytes>& out)
+{
+    if (data == nullptr) {
+        return count == 0;
+    }
+    out.emplace(data, data + count);
+    return true;
+}
+
+std::optional<std::uint8_t> optionalByte(bool present, std::uint8_t value)
+{
+    return present ? std::optional<std::uint8_t>(value) : std::nullopt;
+}
+
+// The I3C byte enumerations cross as 32-bit values; the wire carries their low byte.
+I3cTargetResetDefByte resetAction(std::uint32_t value) noexcept
+{
+    return static_cast<I3cTargetResetDefByte>(static_cast<std::uint8_t>(value & 0xFF));
+}
+I3cTransferDirection transferDirection(std::uint32_t value) noexcept
+{
+    return static_cast<I3cTransferDirection>(static_cast<std::uint8_t>(value & 0xFF));
+}
+
+// Variable CCC reads (GETPID, GETMXDS, GETXTIME, GETCAPS, GETSTATUS): the bytes and, except for
+// GETPID, their count (at most 255, the CCC answer's count byte) are copied out on success only.
+template <class Read>
+StatusCode cccBytes(H* h, std::uint8_t* buffer, std::uint8_t* length, bool wantsLength, Read read)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (buffer == nullptr || (wantsLength && length == nullptr)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    Bytes result;
+    const StatusCode status = read(*h->sdk, result);
+    if (status == StatusCode::SUCCESS) {
+        copyOut(result, buffer);
+        if (length != nullptr) {
+            *length = static_cast<std::uint8_t>(result.size());
+        }
+    }
+    return status;
+}
+
+// SDR and legacy I2C reads share their checks and their copy; only SDR reports the count.
+template <class Read>
+StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength,
+                       std::uint8_t* data, std::uint16_t* dataLength, bool wantsLength, Read read)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (!registerAddressValid(registerAddress, registerAddressLength) || data == nullptr ||
+        (wantsLength && dataLength == nullptr)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    Bytes result;
+    const StatusCode status = read(*h->sdk, bytesFrom(registerAddress, registerAddressLength), result);
+    if (status == StatusCode::SUCCESS) {
+        copyOut(result, data);
+        if (dataLength != nullptr) {
+            *dataLength = static_cast<std::uint16_t>(result.size());
+        }
+    }
+    return status;
+}
+
+template <class Write>
+StatusCode privateWrite(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength,
+                        const std::uint8_t* data, std::uint16_t dataLength, Write write)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (!registerAddressValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    return write(*h->sdk, bytesFrom(registerAddress, registerAddressLength), bytesFrom(data, dataLength));
+}
+
+// SETBUSCON and SETXTIME: optional trailing bytes checked, then the method.
+template <class Send>
+StatusCode withExtraData(H* h, const std::uint8_t* extraData, std::size_t extraLength, Send send)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    std::optional<Bytes> extra;
+    if (!optionalBytes(extraData, extraLength, extra)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    return send(*h->sdk, extra);
+}
+
+} // namespace
+
+StatusCode TarvixSDK_GpioConfigurePin(H* h, GpioPinNumber pin, GpioFunctionality functionality, bool hasLevel,
+                                      GpioLogicLevel level)
+{
+    return forward(h, &S::gpioConfigurePin, pin, functionality, hasLevel ? level : GpioLogicLevel{});
+}
+
+StatusCode TarvixSDK_I2cRead(H* h, uint8_t bus, uint8_t targetAddress, const uint8_t* registerAddress,
+                             uint8_t registerAddressLength, uint16_t length, uint8_t* readData, bool flag)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (!registerAddressValid(registerAddress, registerAddressLength) || readData == nullptr) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    Bytes result(length);
+    const StatusCode status =
+        h->sdk->i2cRead(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength), length, result, flag);
+    if (status == StatusCode::SUCCESS) {
+        copyOut(result, readData);
+    }
+    return status;
+}
+
+StatusCode TarvixSDK_I2cWrite(H* h, uint8_t bus, uint8_t targetAddress, const uint8_t* registerAddress,
+                              uint8_t registerAddressLength, const uint8_t* data, uint32_t dataLength, bool flag)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (!registerAddressValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    return h->sdk->i2cWrite(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength),
+                            bytesFrom(data, dataLength), flag);
+}
+
+// The capacity is compared with the bytes of the list (one-byte entries take one byte, two-byte
+// entries two), which is what the caller's buffer must hold. A list that does not fit is refused
+// whole, after the scan, rather than handed over cut.
+StatusCode TarvixSDK_I2cScanBus(H* h, uint8_t* addresses, uint8_t capacity, uint8_t* oneByteCount,
+                                uint8_t* twoByteCount, uint8_t bus, bool flag)
+{
+    constexpr std::uint8_t kLastBus = 1;
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (bus > kLastBus || addresses == nullptr || oneByteCount == nullptr || twoByteCount == nullptr) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    Bytes list;
+    const StatusCode status = h->sdk->i2cScanBus(list, oneByteCount, twoByteCount, bus, flag);
+    if (status != StatusCode::SUCCESS) {
+        return status;
+    }
+    if (list.size() > capacity) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    copyOut(list, addresses);
+    return status;
+}
+
+StatusCode TarvixSDK_SpiTransfer(H* h, const uint8_t* txData, uint16_t txLength, uint8_t* rxBuffer, uint16_t length)
+{
+    const Bytes tx = bytesFrom(txData, txLength);
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    Bytes rx;
+    const StatusCode status = h->sdk->spiTransfer(tx, rx, length);
+    if (status == StatusCode::SUCCESS && rxBuffer != nullptr) {
+        copyOut(rx, rxBuffer);
+    }
+    return status;
+}
+
+StatusCode TarvixSDK_UartSendMessage(H* h, const uint8_t* data, uint16_t length)
+{
+    const Bytes message(data, data + length);
+    return forward(h, &S::uartSendMessage, message);
+}
+
+StatusCode TarvixSDK_I3cInitBus(H* h, const I3cTargetInfo* targets, uint8_t count)
+{
+    std::vector<I3cTargetInfo> list(targets, targets + count);
+    return h == nullptr ? StatusCode::NOT_CONNECTED : h->sdk->i3cInitBus(std::move(list));
+}
+
+StatusCode TarvixSDK_I3cGetDeviceTable(H* h, I3cTargetInfo* table, uint8_t capacity, uint8_t* count)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (table == nullptr || count == nullptr) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    std::vector<I3cTargetInfo> entries;
+    const StatusCode status = h->sdk->i3cGetDeviceTable(entries);
+    if (status == StatusCode::SUCCESS) {
+        const std::size_t kept = std::min<std::size_t>(capacity, entries.size());
+        std::copy_n(entries.begin(), kept, table);
+        *count = static_cast<std::uint8_t>(kept);
+    }
+    return status;
+}
+
+StatusCode TarvixSDK_I3cSdrRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress, uint8_t registerAddressLength,
+                                uint16_t length, uint8_t* data, uint16_t* dataLength, I3cTransferFlags flags)
+{
+    return privateRead(h, registerAddress, registerAddressLength, data, dataLength, true,
+                       [&](S& sdk, const Bytes& reg, Bytes& out) { return sdk.i3cSdrRead(targetAddress, reg, length, out, flags); });
+}
+
+StatusCode TarvixSDK_I3cLegacyI2CRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
+                                      uint8_t registerAddressLength, uint16_t length, uint8_t* data, I3cTransferFlags flags)
+{
+    return privateRead(h, registerAddress, registerAddressLength, data, nullptr, false, [&](S& sdk, const Bytes& reg, Bytes& out) {
+        return sdk.i3cLegacyI2cRead(targetAddress, reg, length, out, flags);
+    });
+}
+
+StatusCode TarvixSDK_I3cSdrWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress, uint8_t registerAddressLength,
+                                 const uint8_t* data, uint16_t dataLength, I3cTransferFlags flags)
+{
+    return privateWrite(h, registerAddress, registerAddressLength, data, dataLength,
+                        [&](S& sdk, const Bytes& reg, const Bytes& bytes) { return sdk.i3cSdrWrite(targetAddress, reg, bytes, flags); });
+}
+
+StatusCode TarvixSDK_I3cLegacyI2CWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
+                                       uint8_t registerAddressLength, const uint8_t* data, uint16_t dataLength,
+                                       I3cTransferFlags flags)
+{
+    return privateWrite(h, registerAddress, registerAddressLength, data, dataLength, [&](S& sdk, const Bytes& reg, const Bytes& bytes) {
+        return sdk.i3cLegacyI2cWrite(targetAddress, reg, bytes, flags);
+    });
+}
+
+StatusCode TarvixSDK_I3cHdrDdrRead(H* h, uint8_t targetAddress, uint8_t command, uint16_t length, uint16_t* dataLength,
+                                   uint8_t* data)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (data == nullptr || dataLength == nullptr) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    Bytes result;
+    const StatusCode status = h->sdk->i3cHdrDdrRead(targetAddress, command, length, result);
+    if (status == StatusCode::SUCCESS) {
+        copyOut(result, data);
+        *dataLength = static_cast<std::uint16_t>(result.size());
+    }
+    return status;
+}
+
+StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command, const uint8_t* data, uint16_t dataLength)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (!inputValid(data, dataLength)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    return h->sdk->i3cHdrDdrWrite(targetAddress, command, bytesFrom(data, dataLength));
+}
+
+StatusCode TarvixSDK_I3cCccSETMRLBroadcast(H* h, uint16_t maxReadLength, bool hasMaxIbiPayloadSize, uint8_t maxIbiPayloadSize)
+{
+    return forward(h, &S::i3cCccSETMRLBroadcast, maxReadLength, optionalByte(hasMaxIbiPayloadSize, maxIbiPayloadSize));
+}
+
+StatusCode TarvixSDK_I3cCccSETMRLDirect(H* h, uint8_t address, uint16_t maxReadLength, bool hasMaxIbiPayloadSize,
+                                        uint8_t maxIbiPayloadSize)
+{
+    return forward(h, &S::i3cCccSETMRLDirect, address, maxReadLength, optionalByte(hasMaxIbiPayloadSize, maxIbiPayloadSize));
+}
+
+StatusCode TarvixSDK_I3cCccSETBUSCONBroadcast(H* h, uint8_t context, const uint8_t* extraData, size_t extraLength)
+{
+    return withExtraData(h, extraData, extraLength,
+                         [&](S& sdk, const std::optional<Bytes>& extra) { return sdk.i3cCccSETBUSCONBroadcast(context, extra); });
+}
+
+StatusCode TarvixSDK_I3cCccSETXTIMEBroadcast(H* h, uint8_t subcommand, const uint8_t* extraData, size_t extraLength)
+{
+    return withExtraData(h, extraData, extraLength,
+                         [&](S& sdk, const std::optional<Bytes>& extra) { return sdk.i3cCccSETXTIMEBroadcast(subcommand, extra); });
+}
+
+StatusCode TarvixSDK_I3cCccSETXTIMEDirect(H* h, uint8_t address, uint8_t subcommand, const uint8_t* extraData,
+                                          size_t extraLength)
+{
+    return withExtraData(h, extraData, extraLength, [&](S& sdk, const std::optional<Bytes>& extra) {
+        return sdk.i3cCccSETXTIMEDirect(address, subcommand, extra);
+    });
+}
+
+StatusCode TarvixSDK_I3cCccSETAASA(H* h, const uint8_t* data, size_t count)
+{
+    const Bytes bytes(data, data + count);
+    return forward(h, &S::i3cCccSETAASA, bytes);
+}
+
+StatusCode TarvixSDK_I3cCccRSTACTBroadcast(H* h, uint32_t action)
+{
+    return forward(h, &S::i3cCccRSTACTBroadcast, resetAction(action));
+}
+
+// A write needs no place for the reset time; a read does.
+StatusCode TarvixSDK_I3cCccRSTACTDirect(H* h, uint8_t address, uint32_t action, uint32_t direction, uint8_t* resetTime)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (transferDirection(direction) == I3cTransferDirection::READ && resetTime == nullptr) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    return h->sdk->i3cCccRSTACTDirect(address, resetAction(action), transferDirection(direction), resetTime);
+}
+
+// The read length is the method's single value, written whenever an answer arrived; the IBI
+// payload size is an optional result and follows the copy-on-success rule.
+StatusCode TarvixSDK_I3cCccGETMRL(H* h, uint8_t address, uint16_t* maxReadLength, uint8_t* maxIbiPayloadSize,
+                                  uint8_t* hasMaxIbiPayloadSize)
+{
+    if (h == nullptr) {
+        return StatusCode::NOT_CONNECTED;
+    }
+    if (maxReadLength == nullptr) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    if (hasMaxIbiPayloadSize != nullptr) {
+        *hasMaxIbiPayloadSize = 0;
+    }
+    std::optional<std::uint8_t> ibiSize;
+    const StatusCode status = h->sdk->i3cCccGETMRL(address, *maxReadLength, ibiSize);
+    if (status == StatusCode::SUCCESS && ibiSize) {
+        if (maxIbiPayloadSize != nullptr) {
+            *maxIbiPayloadSize = *ibiSize;
+        }
+        if (hasMaxIbiPayloadSize != nullptr) {
+            *hasMaxIbiPayloadSize = 1;
+        }
+    }
+    return status;
+}
+
+StatusCode TarvixSDK_I3cCccGETPID(H* h, uint8_t address, uint8_t* pid)
+{
+    return cccBytes(h, pid, nullptr, false, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETPID(address, out); });
+}
+
+StatusCode TarvixSDK_I3cCccGETMXDS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length)
+{
+    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETMXDS(address, out); });
+}
+
+StatusCode TarvixSDK_I3cCccGETXTIME(H* h, uint8_t address, uint8_t* buffer, uint8_t* length)
+{
+    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETXTIME(address, out); });
+}
+
+StatusCode TarvixSDK_I3cCccGETCAPS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte,
+                                   uint8_t definingByte)
+{
+    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) {
+        return sdk.i3cCccGETCAPS(address, out, optionalByte(hasDefiningByte, definingByte));
+    });
+}
+
+StatusCode TarvixSDK_I3cCccGETSTATUS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte,
+                                     uint8_t definingByte)
+{
+    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) {
+        return sdk.i3cCccGETSTATUS(address, out, optionalByte(hasDefiningByte, definingByte));
+    });
+}

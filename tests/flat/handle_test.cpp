@@ -1,0 +1,230 @@
+// The flat handle: lifecycle, device strings, the notification bridge and its views; and the
+// checks written in C.
+#include "c_api.h"
+#include "flat_test_support.hpp"
+
+#include <cstring>
+#include <string>
+
+using namespace tarvix_test;
+
+namespace {
+
+// ---------------------------------------------------------------------------------- from C
+
+TEST(FlatFromC, EveryFunctionAnswersANullHandleFirst) { EXPECT_EQ(flat_c_null_handle(), 0); }
+
+// The C constants are written out by hand; they must keep the values of the C++ enumerations.
+TEST(FlatFromC, ConstantsHoldTheValuesOfTheCppEnumerations)
+{
+    const std::uint32_t expected[] = {
+        std::uint32_t(GpioPinNumber::GPIO_7), std::uint32_t(GpioFunctionality::DISABLED), std::uint32_t(GpioLogicLevel::HIGH),
+        std::uint32_t(GpioTriggerType::BOTH_EDGES), std::uint32_t(SpiBitOrder::LSB_FIRST), std::uint32_t(SpiMode::MODE_3),
+        std::uint32_t(SpiDataWidth::BITS_16), std::uint32_t(SpiChipSelect::CS_3), std::uint32_t(SpiChipSelectPolarity::ACTIVE_HIGH),
+        std::uint32_t(UartBaudRate::BAUD_1000000), std::uint32_t(UartHwHandshake::ENABLED), std::uint32_t(UartParity::ODD),
+        std::uint32_t(UartDataSize::BITS_8), std::uint32_t(UartStopBit::TWO), std::uint32_t(I3cPushPullRate::RATE_1_MHZ),
+        std::uint32_t(I3cOpenDrainTransferRate::RATE_400_KHZ), std::uint32_t(I2cTransferRate::RATE_1_MHZ),
+        std::uint32_t(I3cDriveStrength::MAXIMUM), std::uint32_t(I3cTransferFlags::NACK_LAST_BYTE),
+        std::uint32_t(I3cTransferDirection::READ), std::uint32_t(I3cTargetResetDefByte::RETURN_VIRTUAL_TARGET_INDICATION),
+        std::uint32_t(StatusCode::RESPONSE_TOO_SHORT)};
+    ASSERT_EQ(flat_c_enum_count, std::size(expected));
+    for (std::size_t i = 0; i < flat_c_enum_count; ++i) {
+        EXPECT_EQ(flat_c_enum_values[i], expected[i]) << "constant " << i;
+    }
+}
+
+class FlatFromCSession : public VirtualAdapterTest {
+protected:
+    tv::AdapterConfig adapterConfig() const override
+    {
+        tv::AdapterConfig config;
+        config.serialNumber = L"TVX-C";
+        return config;
+    }
+};
+
+TEST_F(FlatFromCSession, ConnectsReadsStringsLevelScanAndNotification)
+{
+    adapter().setResponder(0x1403, [](const Bytes& request) {
+        return std::vector<Bytes>{tv::notificationFrame(0x1481, 0, {5}),
+                                  tv::responseFrame(tv::transactionIdOf(request), 0x1403, 0, {1})};
+    });
+    answer(0x0906, 0, {0, 2, 0, 0x48, 0x50});
+    EXPECT_EQ(flat_c_session("TVX-C", "Tarvix Instruments"), 0);
+}
+
+// ------------------------------------------------------------------------------- lifecycle
+
+using FlatHandle = VirtualAdapterTest;
+
+TEST_F(FlatHandle, ConnectsByPathOrSerialAndRefusesUnknownOnes)
+{
+    TarvixSDK_Handle* h = TarvixSDK_Create(kTimeoutMs);
+    EXPECT_FALSE(TarvixSDK_Connect(h, "no/such/path"));
+    EXPECT_FALSE(TarvixSDK_ConnectWithSerialNumber(h, "NO-SUCH-SERIAL"));
+    EXPECT_TRUE(TarvixSDK_Connect(h, adapter().path().c_str()));
+    TarvixSDK_Disconnect(h);
+    EXPECT_EQ(TarvixSDK_ResetDevice(h), StatusCode::NOT_CONNECTED);
+    TarvixSDK_Destroy(h);
+}
+
+TEST_F(FlatHandle, DeviceInfoIsLeftAsItWasUnlessTheStatusIsZero)
+{
+    TarvixSDK_Handle* h = TarvixSDK_Create(kTimeoutMs);
+    char marker[] = "unchanged";
+    TarvixSDK_DeviceInfo info{};
+    info.usbString1 = marker;
+    info.usbString1Length = 42;
+    EXPECT_EQ(TarvixSDK_GetDeviceInfo(h, &info), StatusCode::NOT_CONNECTED);
+    EXPECT_EQ(info.usbString1, marker);
+    EXPECT_EQ(info.usbString1Length, 42u);
+
+    ASSERT_TRUE(TarvixSDK_Connect(h, nullptr));
+    EXPECT_EQ(TarvixSDK_GetDeviceInfo(h, nullptr), StatusCode::INVALID_ARGUMENT);
+    ASSERT_EQ(TarvixSDK_GetDeviceInfo(h, &info), StatusCode::SUCCESS);
+    EXPECT_STREQ(info.usbString2, "Tarvix USB Protocol Adapter");
+    EXPECT_EQ(info.usbString2Length, std::strlen("Tarvix USB Protocol Adapter"));
+    EXPECT_STREQ(info.usbString4, "1.0.0");
+    EXPECT_STREQ(info.usbString5, "A1");
+    EXPECT_EQ(info.usbString5Length, 2u);
+    TarvixSDK_FreeDeviceInfo(&info);
+    TarvixSDK_FreeDeviceInfo(&info); // cleared by the first call: harmless
+    TarvixSDK_Destroy(h);
+}
+
+// ------------------------------------------------------------------------ notification bridge
+
+// What the flat callback received: there is no context pointer, so the tests share this.
+struct Received {
+    NotificationKind kind;
+    std::size_t length;
+    Bytes buffer; // the first 256 bytes the record's data points at
+};
+Inbox<Received>* inbox = nullptr;
+
+void collect(const Notification* notification)
+{
+    inbox->push({notification->kind, notification->length, Bytes(notification->data, notification->data + 256)});
+}
+
+class FlatBridge : public FlatSessionTest {
+protected:
+    void SetUp() override
+    {
+        inbox = &received_;
+        FlatSessionTest::SetUp();
+    }
+    void TearDown() override
+    {
+        FlatSessionTest::TearDown(); // the reader has stopped: no callback runs any more
+        inbox = nullptr;
+    }
+    // Injects a UART notification whose whole frame is `frameSize` bytes and returns what the
+    // callback saw.
+    Received deliver(std::size_t frameSize)
+    {
+        const std::size_t before = received_.waitFor(0).size();
+        adapter().injectNotification(0x1081, 0, pattern(frameSize - 6));
+        const std::vector<Received> all = received_.waitFor(before + 1);
+        EXPECT_EQ(all.size(), before + 1);
+        return all.empty() ? Received{} : all.back();
+    }
+    static Bytes pattern(std::size_t count)
+    {
+        Bytes bytes(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(i * 7 + 3);
+        }
+        return bytes;
+    }
+
+    Inbox<Received> received_;
+};
+
+TEST_F(FlatBridge, LengthIsKeptTo8BitsAndTheCopyTo256Bytes)
+{
+    TarvixSDK_onNotification(h(), collect);
+    for (const std::size_t size : {std::size_t{255}, std::size_t{256}, std::size_t{300}}) {
+        SCOPED_TRACE(size);
+        const Received got = deliver(size);
+        EXPECT_EQ(got.kind, NotificationKind::UART_RX);
+        EXPECT_EQ(got.length, size == 255 ? 255u : 0u);
+        const Bytes frame = tv::notificationFrame(0x1081, 0, pattern(size - 6));
+        const std::size_t copied = size < 256 ? size : 256;
+        EXPECT_TRUE(std::equal(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(copied), got.buffer.begin()));
+    }
+}
+
+TEST_F(FlatBridge, NullCallbackDeliversNothingUntilOneIsSet)
+{
+    TarvixSDK_onNotification(h(), nullptr);
+    adapter().injectNotification(0x1481, 0, {3});
+    // A round trip after it: the reader has handled the notification once the answer is in.
+    answer(0x1905, 0);
+    EXPECT_EQ(TarvixSDK_I3cResetBus(h()), StatusCode::SUCCESS);
+    EXPECT_TRUE(received_.waitFor(0).empty());
+    TarvixSDK_onNotification(h(), collect);
+    EXPECT_EQ(deliver(8).length, 8u);
+}
+
+// ----------------------------------------------------------------------------------- views
+
+Notification record(NotificationKind kind, const Bytes& data)
+{
+    Notification n{};
+    n.kind = kind;
+    n.data = data.data();
+    n.length = data.size();
+    return n;
+}
+
+TEST(FlatViews, RefuseWrongKindShortDataAndNullPointers)
+{
+    const Bytes six = {0, 0, 0x81, 0x14, 0, 0};
+    GpioInterruptNotification gpio{0xEE};
+    EXPECT_FALSE(TarvixSDK_notificationAsGpio(nullptr, &gpio));
+    const Notification shortGpio = record(NotificationKind::GPIO_INTERRUPT, six);
+    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&shortGpio, &gpio));
+    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&shortGpio, nullptr));
+    EXPECT_EQ(gpio.pinNumber, 0xEE);
+
+    const Bytes seven = {0, 0, 0x81, 0x14, 0, 0, 4};
+    const Notification asUart = record(NotificationKind::UART_RX, seven);
+    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&asUart, &gpio));
+    const Notification fine = record(NotificationKind::GPIO_INTERRUPT, seven);
+    EXPECT_TRUE(TarvixSDK_notificationAsGpio(&fine, &gpio));
+    EXPECT_EQ(gpio.pinNumber, 4);
+
+    I3cHotJoinNotification join{};
+    const Notification fourteen = record(NotificationKind::I3C_HOT_JOIN, Bytes(14));
+    EXPECT_FALSE(TarvixSDK_notificationAsI3cHotJoin(&fourteen, &join));
+}
+
+TEST(FlatViews, ReportDeclaredLengthsAsDeclared)
+{
+    const Bytes uart = {0, 0, 0x81, 0x10, 0, 0, 5, 0, 'a', 'b'};
+    const Notification rx = record(NotificationKind::UART_RX, uart);
+    UartRxNotification view{};
+    ASSERT_TRUE(TarvixSDK_notificationAsUartRx(&rx, &view));
+    EXPECT_EQ(view.dataLength, 5u); // two bytes present: the caller compares with the length
+    EXPECT_EQ(view.data, uart.data() + 8);
+
+    const Bytes ibi = {0, 0, 0x81, 0x19, 0, 0, 0x08, 200, 0xAB};
+    const Notification interrupt = record(NotificationKind::I3C_IBI, ibi);
+    I3cIbiNotification ibiView{};
+    ASSERT_TRUE(TarvixSDK_notificationAsI3cIbi(&interrupt, &ibiView));
+    EXPECT_EQ(ibiView.targetAddress, 0x08);
+    EXPECT_EQ(ibiView.payloadLength, 200u);
+    EXPECT_EQ(ibiView.payload, ibi.data() + 8);
+
+    const Bytes join = {0, 0, 0x82, 0x19, 0, 0, 1, 2, 3, 4, 5, 6, 0x27, 0xC4, 0x09};
+    const Notification hotJoin = record(NotificationKind::I3C_HOT_JOIN, join);
+    I3cHotJoinNotification joinView{};
+    ASSERT_TRUE(TarvixSDK_notificationAsI3cHotJoin(&hotJoin, &joinView));
+    EXPECT_EQ(Bytes(joinView.provisionalId, joinView.provisionalId + 6), (Bytes{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(joinView.bcr, 0x27);
+    EXPECT_EQ(joinView.dcr, 0xC4);
+    EXPECT_EQ(joinView.dynamicAddress, 0x09);
+}
+
+} // namespace
