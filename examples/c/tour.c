@@ -1,9 +1,9 @@
 /* The flat C interface in one program: lists the adapters, connects to one, prints its USB
  * strings, sets up I2C port 0 and scans it, and waits up to one second for a notification.
  *
- *   c                 the first adapter found
- *   c --serial S      the adapter with serial number S
- *   c --path P        the adapter at hidapi path P
+ *   tour_c                 the first adapter found
+ *   tour_c --serial S      the adapter with serial number S
+ *   tour_c --path P        the adapter at hidapi path P
  */
 #define _POSIX_C_SOURCE 200809L
 
