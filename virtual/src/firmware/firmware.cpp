@@ -11,6 +11,10 @@ std::optional<std::uint8_t> Request::payloadU8(std::size_t offset) const {
     return frame_[kRequestHeaderSize + offset];
 }
 
+std::vector<std::uint8_t> Request::payload() const {
+    return std::vector<std::uint8_t>(frame_ + kRequestHeaderSize, frame_ + size_);
+}
+
 void Reply::setStatus(std::uint16_t status) { storeU16(frame_.data() + 4, status); }
 
 void Reply::notify(std::uint16_t code, const std::vector<std::uint8_t>& payload) {

@@ -46,6 +46,8 @@ public:
     std::size_t payloadSize() const { return size_ - 4; }
     // Payload byte at @p offset (0 = frame byte 4), if the host sent it.
     std::optional<std::uint8_t> payloadU8(std::size_t offset) const;
+    // A copy of the whole payload (frame bytes 4 onward).
+    std::vector<std::uint8_t> payload() const;
 
 private:
     const std::uint8_t* frame_;

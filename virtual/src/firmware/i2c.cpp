@@ -57,12 +57,6 @@ constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(va
 // Offsets in the payload (frame byte 4 = payload byte 0).
 constexpr std::size_t kTransferHeader = 10;  // bus, u16 count, address, register length, u32 register, flag
 
-std::vector<std::uint8_t> payloadOf(const Request& request) {
-    std::vector<std::uint8_t> payload(request.payloadSize());
-    for (std::size_t i = 0; i < payload.size(); ++i) payload[i] = *request.payloadU8(i);
-    return payload;
-}
-
 std::uint32_t loadU32(const std::uint8_t* p) {
     return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
            static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
@@ -80,7 +74,7 @@ I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply) {
 // Payload: bus, u32 frequency in Hz, option. Init and set-parameters carry the
 // same fields; only init may find the port uninitialised.
 void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
-    const std::vector<std::uint8_t> p = payloadOf(request);
+    const std::vector<std::uint8_t> p = request.payload();
     if (p.size() < 6) {
         reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
         return;
@@ -156,7 +150,7 @@ I2cTarget* targetOf(FirmwareState& state, const std::vector<std::uint8_t>& p, Re
 // Payload: the transfer head, then the data; the count must match the bytes
 // that follow. One write transaction: register address bytes, then data.
 void write(FirmwareState& state, const Request& request, Reply& reply) {
-    const std::vector<std::uint8_t> p = payloadOf(request);
+    const std::vector<std::uint8_t> p = request.payload();
     if (p.size() >= kTransferHeader && (p[1] | p[2] << 8) != static_cast<int>(p.size() - kTransferHeader)) {
         reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
         return;
@@ -172,7 +166,7 @@ void write(FirmwareState& state, const Request& request, Reply& reply) {
 // written first, then the bytes are read after a repeated start. Answer: u16
 // bytes read, the target address, then the bytes from offset 9.
 void read(FirmwareState& state, const Request& request, Reply& reply) {
-    const std::vector<std::uint8_t> p = payloadOf(request);
+    const std::vector<std::uint8_t> p = request.payload();
     I2cTarget* target = targetOf(state, p, reply);
     std::vector<std::uint8_t> data;
     if (target) {

@@ -103,12 +103,6 @@ namespace {
 
 constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
 
-std::vector<std::uint8_t> payloadOf(const Request& request) {
-    std::vector<std::uint8_t> payload(request.payloadSize());
-    for (std::size_t i = 0; i < payload.size(); ++i) payload[i] = *request.payloadU8(i);
-    return payload;
-}
-
 std::uint8_t reversed(std::uint8_t byte) {
     std::uint8_t result = 0;
     for (int i = 0; i < 8; ++i) result = static_cast<std::uint8_t>(result << 1 | ((byte >> i) & 1));
@@ -118,7 +112,7 @@ std::uint8_t reversed(std::uint8_t byte) {
 // Payload: bit order, mode, data width, chip select, chip-select polarity,
 // u32 frequency in Hz. Set-parameters needs an initialised controller.
 void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
-    const std::vector<std::uint8_t> p = payloadOf(request);
+    const std::vector<std::uint8_t> p = request.payload();
     if (p.size() < 9) {
         reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
         return;
@@ -155,7 +149,7 @@ void setParameters(FirmwareState& state, const Request& request, Reply& reply) {
 // on an active-low line: with the polarity set active high none of them
 // listens, and MISO floats high.
 void transfer(FirmwareState& state, const Request& request, Reply& reply) {
-    const std::vector<std::uint8_t> p = payloadOf(request);
+    const std::vector<std::uint8_t> p = request.payload();
     SpiState& spi = state.spi;
     std::vector<std::uint8_t> miso;
     if (p.size() < 4 || static_cast<std::size_t>(p[0] | p[1] << 8) != p.size() - 4) {
