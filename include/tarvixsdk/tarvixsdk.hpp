@@ -28,12 +28,18 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "export.h"
 #include "records.h"
 #include "i3c_helpers.hpp"
 #include "types.hpp"
+
+// The records shared with the flat C interface must stay plain C layouts.
+static_assert(std::is_standard_layout<Notification>::value, "Notification is shared with C");
+static_assert(std::is_standard_layout<I3cTargetInfo>::value && std::is_trivially_copyable<I3cTargetInfo>::value,
+              "I3cTargetInfo is a raw 16-byte record");
 
 namespace tarvix_detail {
 class AsyncSession;
