@@ -35,7 +35,7 @@ protected:
     bool nothingPending() { return readReport(dev, adapter->reportSize(), 0).empty(); }
 
     static std::uint16_t statusOf(const vt::Bytes& answer) {
-        return answer.size() < 6 ? 0xFFFF : static_cast<std::uint16_t>(answer[4] | answer[5] << 8);
+        return answer.size() < 6 ? std::uint16_t{0xFFFF} : static_cast<std::uint16_t>(answer[4] | answer[5] << 8);
     }
     static vt::Bytes payloadOf(const vt::Bytes& answer) {
         return answer.size() < 6 ? vt::Bytes{} : vt::Bytes(answer.begin() + 6, answer.end());
