@@ -23,9 +23,9 @@ protected:
     }
 
     TarvixSDK_Handle* h() { return handle_; }
-
-    // The requests received since the test began, and the payload (from byte 4) of the last one.
     std::size_t requestCount() { return adapter().requests().size(); }
+
+    // The payload (from byte 4) of the last request.
     Bytes lastPayload() const
     {
         const Bytes frame = lastRequest();

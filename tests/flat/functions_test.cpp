@@ -3,7 +3,6 @@
 #include "flat_test_support.hpp"
 
 #include <algorithm>
-#include <string>
 #include <utility>
 
 using namespace tarvix_test;
@@ -14,16 +13,15 @@ constexpr StatusCode kOk = StatusCode::SUCCESS;
 constexpr StatusCode kInvalid = StatusCode::INVALID_ARGUMENT;
 constexpr std::uint16_t kDeviceError = 0x0102;
 
-Bytes concat(Bytes head, const Bytes& tail)
+// A CCC read's answer payload: three bytes of the adapter's own, the count, the bytes.
+Bytes cccAnswer(Bytes data)
 {
-    head.insert(head.end(), tail.begin(), tail.end());
-    return head;
+    data.insert(data.begin(), {0, 0, 0, static_cast<std::uint8_t>(data.size())});
+    return data;
 }
 
-// A CCC read's answer payload: three bytes of the adapter's own, the count, the bytes.
-Bytes cccAnswer(const Bytes& data) { return concat({0, 0, 0, static_cast<std::uint8_t>(data.size())}, data); }
-
 using FlatChecks = FlatSessionTest;
+using FlatConversions = FlatSessionTest;
 
 TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
 {
@@ -78,102 +76,94 @@ TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
     EXPECT_EQ(requestCount(), 0u);
 }
 
-// ---------------------------------------------------------------------------- conversions
-
-using FlatConversions = FlatSessionTest;
-
-TEST_F(FlatConversions, GpioConfigurePinSendsTheLevelOnlyWhenFlagged)
+TEST_F(FlatConversions, CallersBytesAndFlaggedOptionalsAreCopiedIntoTheRequest)
 {
     answer(0x1401, 0);
     EXPECT_EQ(TarvixSDK_GpioConfigurePin(h(), GpioPinNumber::GPIO_2, GpioFunctionality::DIGITAL_OUTPUT, false, GpioLogicLevel::HIGH), kOk);
-    EXPECT_EQ(lastPayload(), (Bytes{2, 1, 0}));
+    EXPECT_EQ(lastPayload(), (Bytes{2, 1, 0})); // the level only when flagged
     EXPECT_EQ(TarvixSDK_GpioConfigurePin(h(), GpioPinNumber::GPIO_2, GpioFunctionality::DIGITAL_OUTPUT, true, GpioLogicLevel::HIGH), kOk);
     EXPECT_EQ(lastPayload(), (Bytes{2, 1, 1}));
-}
 
-TEST_F(FlatConversions, I2cReadCopiesOnlyOnSuccess)
-{
-    std::uint8_t buffer[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    answerNextWith(tv::responseFrame(1, 0x0905, 0, {0, 0, 0, 0x11, 0x22, 0x33}));
-    EXPECT_EQ(TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 3, buffer, false), kOk); // no register: proceeds
-    EXPECT_EQ(Bytes(buffer, buffer + 4), (Bytes{0x11, 0x22, 0x33, 0xEE}));
-
-    answerNextWith(tv::responseFrame(2, 0x0905, kDeviceError, {0, 0, 0, 0x44, 0x55, 0x66}));
-    EXPECT_EQ(TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 3, buffer, false), StatusCode(kDeviceError));
-    EXPECT_EQ(Bytes(buffer, buffer + 4), (Bytes{0x11, 0x22, 0x33, 0xEE}));
-}
-
-TEST_F(FlatConversions, I2cWriteSendsTheCallersBytes)
-{
     answer(0x0904, 0);
-    const std::uint8_t reg[2] = {0x12, 0x34};
-    const std::uint8_t data[3] = {7, 8, 9};
+    const std::uint8_t reg[2] = {0x12, 0x34}, data[3] = {7, 8, 9};
     EXPECT_EQ(TarvixSDK_I2cWrite(h(), 1, 0x50, reg, 2, data, 3, true), kOk);
-    const Bytes payload = lastPayload();
+    Bytes payload = lastPayload();
     EXPECT_EQ(Bytes(payload.end() - 3, payload.end()), (Bytes{7, 8, 9}));
     EXPECT_EQ(payload[5], 0x34); // the register address, folded MSB first, travels little-endian
-    EXPECT_EQ(TarvixSDK_I2cWrite(h(), 1, 0x50, nullptr, 0, nullptr, 0, false), kOk);
-}
 
-TEST_F(FlatConversions, I2cScanBusComparesTheCapacityWithTheListBytes)
-{
-    // Two one-byte entries and one two-byte entry: four bytes.
-    answer(0x0906, 0, {0, 2, 1, 0x48, 0x50, 0x01, 0x23});
-    std::uint8_t list[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    std::uint8_t one = 0;
-    std::uint8_t two = 0;
-    EXPECT_EQ(TarvixSDK_I2cScanBus(h(), list, 3, &one, &two, 0, false), kInvalid);
-    EXPECT_EQ(requestCount(), 1u); // refused after the scan ran
-    EXPECT_EQ(one, 2);             // the counts are the method's and written
-    EXPECT_EQ(two, 1);
-    EXPECT_EQ(Bytes(list, list + 4), (Bytes{0xEE, 0xEE, 0xEE, 0xEE}));
-
-    EXPECT_EQ(TarvixSDK_I2cScanBus(h(), list, 4, &one, &two, 1, true), kOk);
-    EXPECT_EQ(Bytes(list, list + 4), (Bytes{0x48, 0x50, 0x01, 0x23}));
-}
-
-TEST_F(FlatConversions, SpiTransferSendsTxOnlyWithDataAndCountAndMayDiscardRx)
-{
-    answer(0x0D04, 0, {2, 0, 0xA1, 0xA2});
-    const std::uint8_t tx[2] = {5, 6};
-    EXPECT_EQ(TarvixSDK_SpiTransfer(h(), tx, 0, nullptr, 2), kOk);
-    EXPECT_EQ(lastPayload(), (Bytes{0, 0, 2, 0})); // no bytes: the count said none
-    std::uint8_t rx[3] = {0xEE, 0xEE, 0xEE};
-    EXPECT_EQ(TarvixSDK_SpiTransfer(h(), tx, 2, rx, 2), kOk);
-    EXPECT_EQ(lastPayload(), (Bytes{2, 0, 2, 0, 5, 6}));
-    EXPECT_EQ(Bytes(rx, rx + 3), (Bytes{0xA1, 0xA2, 0xEE}));
-}
-
-TEST_F(FlatConversions, ArraysAreCopiedIntoTheRequest)
-{
     answer(0x1005, 0);
-    const std::uint8_t message[3] = {'h', 'i', '!'};
-    EXPECT_EQ(TarvixSDK_UartSendMessage(h(), message, 3), kOk);
-    EXPECT_EQ(lastPayload(), (Bytes{3, 0, 'h', 'i', '!'}));
+    EXPECT_EQ(TarvixSDK_UartSendMessage(h(), data, 3), kOk);
+    EXPECT_EQ(lastPayload(), (Bytes{3, 0, 7, 8, 9}));
 
     answer(0x1904, 0);
     I3cTargetInfo target{};
     target.staticAddress = 0x50;
-    target.dynamicAddress = 0x08;
     target.extraByte2 = 0x77;
     EXPECT_EQ(TarvixSDK_I3cInitBus(h(), &target, 1), kOk);
-    const Bytes payload = lastPayload();
+    payload = lastPayload();
     ASSERT_EQ(payload.size(), 17u);
     EXPECT_EQ(payload[0], 1);
     EXPECT_EQ(payload[1], 0x50);
     EXPECT_EQ(payload[16], 0x77);
     EXPECT_EQ(TarvixSDK_I3cInitBus(h(), nullptr, 0), kOk);
     EXPECT_EQ(lastPayload(), (Bytes{0}));
+
+    // SPI sends tx bytes only with data and a count, and may discard rx.
+    answer(0x0D04, 0, {2, 0, 0xA1, 0xA2});
+    EXPECT_EQ(TarvixSDK_SpiTransfer(h(), data, 0, nullptr, 2), kOk);
+    EXPECT_EQ(lastPayload(), (Bytes{0, 0, 2, 0}));
+    std::uint8_t rx[3] = {0xEE, 0xEE, 0xEE};
+    EXPECT_EQ(TarvixSDK_SpiTransfer(h(), data, 2, rx, 2), kOk);
+    EXPECT_EQ(lastPayload(), (Bytes{2, 0, 2, 0, 7, 8}));
+    EXPECT_EQ(Bytes(rx, rx + 3), (Bytes{0xA1, 0xA2, 0xEE}));
 }
 
-TEST_F(FlatConversions, DeviceTableKeepsWhatFitsTheCapacity)
+TEST_F(FlatConversions, EmptyExtraDataIsPresentButSendsAsAbsent)
 {
+    answer(0x1909, 0);
+    const std::uint8_t extra[1] = {0x5A};
+    EXPECT_EQ(TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 3, nullptr, 0), kOk);
+    const Bytes absent = lastPayload();
+    EXPECT_EQ(TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 3, extra, 0), kOk);
+    EXPECT_EQ(lastPayload(), absent);
+    EXPECT_EQ(TarvixSDK_I3cCccSETXTIMEDirect(h(), 8, 3, nullptr, 0), kOk);
+    const Bytes xtime = lastPayload();
+    EXPECT_EQ(TarvixSDK_I3cCccSETXTIMEDirect(h(), 8, 3, extra, 0), kOk);
+    EXPECT_EQ(lastPayload(), xtime);
+    EXPECT_EQ(TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 3, extra, 1), kOk);
+    const Bytes present = lastPayload();
+    ASSERT_EQ(present.size(), absent.size() + 1);
+    EXPECT_EQ(present.back(), 0x5A);
+
+    // An optional byte likewise: present adds it, absent sends none.
+    EXPECT_EQ(TarvixSDK_I3cCccSETMRLDirect(h(), 8, 64, false, 0x20), kOk);
+    const std::size_t without = lastPayload().size();
+    EXPECT_EQ(TarvixSDK_I3cCccSETMRLDirect(h(), 8, 64, true, 0x20), kOk);
+    EXPECT_EQ(lastPayload().size(), without + 1);
+    EXPECT_EQ(lastPayload().back(), 0x20);
+}
+
+// A scan or a table larger than the caller's capacity: the scan refuses once it ran, the table
+// keeps what fits.
+TEST_F(FlatConversions, CapacitiesLimitScanAndDeviceTable)
+{
+    answer(0x0906, 0, {0, 2, 1, 0x48, 0x50, 0x01, 0x23}); // two one-byte entries, one two-byte: four bytes
+    std::uint8_t list[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    std::uint8_t one = 0, two = 0;
+    EXPECT_EQ(TarvixSDK_I2cScanBus(h(), list, 3, &one, &two, 0, false), kInvalid);
+    EXPECT_EQ(requestCount(), 1u);
+    EXPECT_EQ(one, 2); // the counts are the method's and written
+    EXPECT_EQ(two, 1);
+    EXPECT_EQ(Bytes(list, list + 4), (Bytes{0xEE, 0xEE, 0xEE, 0xEE}));
+    EXPECT_EQ(TarvixSDK_I2cScanBus(h(), list, 4, &one, &two, 1, true), kOk);
+    EXPECT_EQ(Bytes(list, list + 4), (Bytes{0x48, 0x50, 0x01, 0x23}));
+
     Bytes payload{5};
     for (std::uint8_t i = 0; i < 5; ++i) {
         Bytes record(16, 0);
         record[0] = static_cast<std::uint8_t>(0x50 + i);
         record[1] = static_cast<std::uint8_t>(0x08 + i);
-        payload = concat(payload, record);
+        payload.insert(payload.end(), record.begin(), record.end());
     }
     answer(0x1906, 0, payload);
     I3cTargetInfo table[3] = {};
@@ -186,52 +176,46 @@ TEST_F(FlatConversions, DeviceTableKeepsWhatFitsTheCapacity)
     EXPECT_EQ(table[2].staticAddress, 0xEE);
 }
 
-TEST_F(FlatConversions, PrivateReadsCopyDataAndLengthOnlyOnSuccess)
+TEST_F(FlatConversions, ReadsCopyDataAndLengthOnlyOnSuccess)
 {
+    std::uint8_t i2c[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    answerNextWith(tv::responseFrame(1, 0x0905, kDeviceError, {0, 0, 0, 0x44, 0x55, 0x66}));
+    EXPECT_EQ(TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 3, i2c, false), StatusCode(kDeviceError));
+    EXPECT_EQ(i2c[0], 0xEE);
+    answerNextWith(tv::responseFrame(2, 0x0905, 0, {0, 0, 0, 0x11, 0x22, 0x33}));
+    EXPECT_EQ(TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 3, i2c, false), kOk); // no register: proceeds
+    EXPECT_EQ(Bytes(i2c, i2c + 4), (Bytes{0x11, 0x22, 0x33, 0xEE}));
+
     std::uint8_t data[4] = {0xEE, 0xEE, 0xEE, 0xEE};
     std::uint16_t length = 0xBEEF;
     const std::uint8_t reg[1] = {0x10};
-    answerNextWith(tv::responseFrame(1, 0x1908, kDeviceError, {0, 0, 2, 0, 0x31, 0x32}));
+    answer(0x1908, kDeviceError, {0, 0, 2, 0, 0x31, 0x32});
     EXPECT_EQ(TarvixSDK_I3cSdrRead(h(), 8, reg, 1, 2, data, &length, I3cTransferFlags::NO_STOP), StatusCode(kDeviceError));
     EXPECT_EQ(length, 0xBEEF);
     EXPECT_EQ(data[0], 0xEE);
-
     answer(0x1908, 0, {0, 0, 2, 0, 0x31, 0x32});
     EXPECT_EQ(TarvixSDK_I3cSdrRead(h(), 8, reg, 1, 2, data, &length, I3cTransferFlags::NO_STOP), kOk);
     EXPECT_EQ(length, 2);
     EXPECT_EQ(Bytes(data, data + 3), (Bytes{0x31, 0x32, 0xEE}));
-
-    std::uint8_t legacy[2] = {};
-    EXPECT_EQ(TarvixSDK_I3cLegacyI2CRead(h(), 0x50, nullptr, 0, 2, legacy, I3cTransferFlags::NONE), kOk);
-    EXPECT_EQ(Bytes(legacy, legacy + 2), (Bytes{0x31, 0x32}));
-
     // HDR-DDR takes the length pointer before the buffer.
     std::uint8_t ddr[2] = {};
     std::uint16_t ddrLength = 0;
     EXPECT_EQ(TarvixSDK_I3cHdrDdrRead(h(), 8, 0x80, 2, &ddrLength, ddr), kOk);
     EXPECT_EQ(ddrLength, 2);
     EXPECT_EQ(Bytes(ddr, ddr + 2), (Bytes{0x31, 0x32}));
-}
 
-TEST_F(FlatConversions, EmptyExtraDataIsPresentButSendsAsAbsent)
-{
-    answer(0x1909, 0);
-    const std::uint8_t extra[1] = {0x5A};
-    EXPECT_EQ(TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 3, nullptr, 0), kOk);
-    const Bytes absent = lastPayload();
-    EXPECT_EQ(TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 3, extra, 0), kOk);
-    EXPECT_EQ(lastPayload(), absent);
-    EXPECT_EQ(TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 3, extra, 1), kOk);
-    const Bytes present = lastPayload();
-    ASSERT_EQ(present.size(), absent.size() + 1);
-    EXPECT_EQ(present.back(), 0x5A);
-
-    // An optional byte likewise: present adds it, absent sends none.
-    EXPECT_EQ(TarvixSDK_I3cCccSETMRLDirect(h(), 8, 64, false, 0x20), kOk);
-    const std::size_t without = lastPayload().size();
-    EXPECT_EQ(TarvixSDK_I3cCccSETMRLDirect(h(), 8, 64, true, 0x20), kOk);
-    EXPECT_EQ(lastPayload().size(), without + 1);
-    EXPECT_EQ(lastPayload().back(), 0x20);
+    answer(0x1909, 0, cccAnswer({1, 2, 3, 4, 5, 6}));
+    std::uint8_t pid[8] = {};
+    EXPECT_EQ(TarvixSDK_I3cCccGETPID(h(), 8, pid), kOk);
+    EXPECT_EQ(Bytes(pid, pid + 7), (Bytes{1, 2, 3, 4, 5, 6, 0}));
+    std::uint8_t buffer[255] = {};
+    std::uint8_t count = 0;
+    EXPECT_EQ(TarvixSDK_I3cCccGETCAPS(h(), 8, buffer, &count, true, 0x5A), kOk);
+    EXPECT_EQ(count, 6);
+    answer(0x1909, kDeviceError, cccAnswer({9}));
+    EXPECT_EQ(TarvixSDK_I3cCccGETMXDS(h(), 8, buffer, &count), StatusCode(kDeviceError));
+    EXPECT_EQ(count, 6);
+    EXPECT_EQ(buffer[0], 1);
 }
 
 TEST_F(FlatConversions, RstactDirectNeedsAResetTimeOnlyForARead)
@@ -250,8 +234,7 @@ TEST_F(FlatConversions, RstactDirectNeedsAResetTimeOnlyForARead)
 TEST_F(FlatConversions, GetmrlSetsThePresenceByteOnlyWhenTheSizeCame)
 {
     std::uint16_t maxRead = 0;
-    std::uint8_t ibi = 0xEE;
-    std::uint8_t has = 0xEE;
+    std::uint8_t ibi = 0xEE, has = 0xEE;
     answer(0x1909, 0, cccAnswer({0x01, 0x00}));
     EXPECT_EQ(TarvixSDK_I3cCccGETMRL(h(), 8, &maxRead, &ibi, &has), kOk);
     EXPECT_EQ(maxRead, 256);
@@ -270,25 +253,6 @@ TEST_F(FlatConversions, GetmrlSetsThePresenceByteOnlyWhenTheSizeCame)
     EXPECT_EQ(maxRead, 32); // the method's own value, written whenever an answer came
     EXPECT_EQ(has, 0);      // the optional result follows the copy-on-success rule
     EXPECT_EQ(ibi, 0x10);
-}
-
-TEST_F(FlatConversions, VariableCccReadsCopyBytesAndCount)
-{
-    answer(0x1909, 0, cccAnswer({1, 2, 3, 4, 5, 6}));
-    std::uint8_t pid[8] = {};
-    EXPECT_EQ(TarvixSDK_I3cCccGETPID(h(), 8, pid), kOk);
-    EXPECT_EQ(Bytes(pid, pid + 7), (Bytes{1, 2, 3, 4, 5, 6, 0}));
-
-    std::uint8_t buffer[255] = {};
-    std::uint8_t length = 0;
-    EXPECT_EQ(TarvixSDK_I3cCccGETCAPS(h(), 8, buffer, &length, true, 0x5A), kOk);
-    EXPECT_EQ(length, 6);
-    EXPECT_EQ(buffer[5], 6);
-
-    answer(0x1909, kDeviceError, cccAnswer({9}));
-    EXPECT_EQ(TarvixSDK_I3cCccGETMXDS(h(), 8, buffer, &length), StatusCode(kDeviceError));
-    EXPECT_EQ(length, 6);
-    EXPECT_EQ(buffer[0], 1);
 }
 
 } // namespace

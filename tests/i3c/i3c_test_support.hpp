@@ -7,7 +7,6 @@
 
 namespace tarvix_test {
 
-constexpr std::uint16_t kI3cControllerInit = 0x1901;
 constexpr std::uint16_t kI3cGetDeviceTable = 0x1906;
 constexpr std::uint16_t kI3cPrivateTransfer = 0x1908;
 constexpr std::uint16_t kI3cCcc = 0x1909;

@@ -1,12 +1,9 @@
 // Segmentation of frames into HID reports and their reassembly. These reach internal pieces,
-// so they link the library's objects.
+// so they link the library's objects; the reports on the wire are checked in transport_test.
 #include <gtest/gtest.h>
-#include <tarvix_virtual/virtual_adapter.hpp>
 
 #include <algorithm>
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "transport/segmentation.hpp"
@@ -14,10 +11,8 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using tarvix_detail::FrameLink;
 using tarvix_detail::Reassembler;
 using tarvix_detail::ReportSegmenter;
-namespace tv = tarvix_virtual;
 
 Bytes pattern(std::size_t size, std::uint8_t seed = 1)
 {
@@ -100,10 +95,6 @@ TEST(Reassembler, BoundsALyingByteCountByTheReport)
     Bytes report = inputReport(0x0FFF, pattern(62)); // claims 1023 bytes in a 64-byte report
     ASSERT_TRUE(reassembler.accept(report.data(), report.size()));
     EXPECT_EQ(reassembler.frame(), pattern(62));
-
-    report = inputReport(0x0FFF, pattern(30), 32);
-    ASSERT_TRUE(reassembler.accept(report.data(), report.size()));
-    EXPECT_EQ(reassembler.frame().size(), 30u);
 }
 
 TEST(Reassembler, DropsAFrameLargerThanTheLimitAndRecoversAtTheNextFirstSegment)
@@ -128,62 +119,5 @@ TEST(Reassembler, DropsAFrameLargerThanTheLimitAndRecoversAtTheNextFirstSegment)
     EXPECT_TRUE(reassembler.accept(inputReport(0x000B, {7, 7}, kReport).data(), kReport));
     EXPECT_EQ(reassembler.frame(), (Bytes{7, 7}));
 }
-
-// The link on the wire, against a virtual adapter of each report size.
-class FrameLinkOnTheWire : public testing::TestWithParam<std::uint16_t> {
-protected:
-    void SetUp() override
-    {
-        tv::reset();
-        tv::AdapterConfig config;
-        config.productId = GetParam();
-        adapter_.emplace(tv::attach(config));
-    }
-    void TearDown() override { tv::reset(); }
-
-    tv::VirtualAdapter& adapter() { return *adapter_; }
-
-private:
-    std::optional<tv::VirtualAdapter> adapter_;
-};
-
-TEST_P(FrameLinkOnTheWire, WritesWholeZeroPaddedReports)
-{
-    const std::size_t reportSize = adapter().reportSize();
-    FrameLink link;
-    link.send(pattern(8)); // before any connect: nothing to write to
-    ASSERT_TRUE(link.connect("", ""));
-
-    const Bytes longFrame = pattern(reportSize - 1); // one byte more than a segment holds
-    link.send(longFrame);
-    link.send({});
-    link.send({0x05, 0x00, 0x01, 0x04}); // after a full report: its tail must not leak
-
-    const std::vector<tv::WrittenReport> written = adapter().writtenReports();
-    ASSERT_EQ(written.size(), 3u);
-    for (const tv::WrittenReport& report : written) {
-        EXPECT_EQ(report.bytes.size(), reportSize + 1);
-        EXPECT_EQ(report.bytes[0], 0x00);
-        EXPECT_TRUE(report.accepted);
-    }
-    const std::uint16_t firstHeader = static_cast<std::uint16_t>((reportSize - 2) << 2 | 1);
-    EXPECT_EQ(written[0].bytes[1], firstHeader & 0xFF);
-    EXPECT_EQ(written[0].bytes[2], firstHeader >> 8);
-    Bytes expectedLast(reportSize + 1, 0);
-    expectedLast[1] = 0x13; // 4 << 2 | first | last
-    expectedLast[3] = 0x05;
-    expectedLast[5] = 0x01;
-    expectedLast[6] = 0x04;
-    EXPECT_EQ(written[2].bytes, expectedLast);
-
-    const std::vector<Bytes> requests = adapter().requests();
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_EQ(requests[0], longFrame);
-}
-
-INSTANTIATE_TEST_SUITE_P(BothReportSizes, FrameLinkOnTheWire, testing::Values(0x82FC, 0x82FD),
-                         [](const testing::TestParamInfo<std::uint16_t>& value) {
-                             return value.param == 0x82FC ? std::string("Reports64") : std::string("Reports1024");
-                         });
 
 } // namespace

@@ -1,5 +1,5 @@
 // GPIO: pin functions, the jumper between pins and the interrupts it carries.
-#include "bench_test_support.hpp"
+#include "virtual_test_support.hpp"
 
 namespace {
 

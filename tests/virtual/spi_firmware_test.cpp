@@ -1,5 +1,5 @@
 // SPI: controller settings and full-duplex transactions with the bench's flash.
-#include "bench_test_support.hpp"
+#include "virtual_test_support.hpp"
 
 namespace {
 
@@ -19,13 +19,10 @@ protected:
         EXPECT_EQ(payload.size() - 2, static_cast<std::size_t>(payload[0] | payload[1] << 8));
         return vt::Bytes(payload.begin() + 2, payload.end());
     }
-    void SetUp() override {
-        BenchTest::SetUp();
-        ASSERT_EQ(init(), 0);
-    }
 };
 
 TEST_F(Spi, PageProgram_NeedsWriteEnableAndWrapsInsideItsPage) {
+    ASSERT_EQ(init(), 0);
     EXPECT_EQ(transfer({0x02, 0x00, 0x01, 0x00, 0x11}), vt::Bytes(5, 0xFF));  // ignored: not enabled
     transfer({0x06});
     EXPECT_EQ(transfer({0x05}, 2), (vt::Bytes{0xFF, 0x02}));  // write-enable latch set
@@ -39,6 +36,7 @@ TEST_F(Spi, PageProgram_NeedsWriteEnableAndWrapsInsideItsPage) {
 }
 
 TEST_F(Spi, ProgrammingOnlyClearsBitsUntilTheSectorIsErased) {
+    ASSERT_EQ(init(), 0);
     transfer({0x06});
     transfer({0x02, 0x00, 0x10, 0x00, 0xF0});
     transfer({0x06});
@@ -62,23 +60,19 @@ TEST_F(Spi, NoChipListening_ReadsAllOnes) {
     EXPECT_EQ(transfer({0x9F}, 4), vt::Bytes(4, 0xFF));
 }
 
-TEST_F(Spi, SettingsAndMalformedTransfers_AreRefused) {
+TEST_F(Spi, UninitialisedControllerSettingsAndMalformedTransfers_AreRefused) {
+    const auto notInitialised = code(vt::DeviceStatus::SPI_NOT_INITIALISED);
+    EXPECT_EQ(statusOf(call(vt::codes::SPI_TRANSFER, {1, 0, 1, 0, 0x9F})), notInitialised);
+    EXPECT_EQ(statusOf(call(vt::codes::SPI_SET_PARAMETERS, {0, 0, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00})), notInitialised);
     const auto unsupported = code(vt::DeviceStatus::UNSUPPORTED_SETTING);
     EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 4, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00})), unsupported);
     EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 0, 12, 0, 0, 0x40, 0x42, 0x0F, 0x00})), unsupported);
     EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 0, 8, 4, 0, 0x40, 0x42, 0x0F, 0x00})), unsupported);
     EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 0, 8, 0, 0, 0, 0, 0, 0})), unsupported);
+    ASSERT_EQ(init(), 0);
     const vt::Bytes malformed = call(vt::codes::SPI_TRANSFER, {3, 0, 0, 0, 0x9F});
     EXPECT_EQ(statusOf(malformed), code(vt::DeviceStatus::INVALID_PARAMETER));
     EXPECT_EQ(payloadOf(malformed), (vt::Bytes{0, 0}));
-}
-
-class UninitialisedSpi : public BenchTest {};
-
-TEST_F(UninitialisedSpi, TransferAndSetParameters_WaitForInit) {
-    const auto notInitialised = code(vt::DeviceStatus::SPI_NOT_INITIALISED);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_TRANSFER, {1, 0, 1, 0, 0x9F})), notInitialised);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_SET_PARAMETERS, {0, 0, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00})), notInitialised);
 }
 
 }  // namespace

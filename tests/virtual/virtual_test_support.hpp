@@ -1,4 +1,4 @@
-// Shared fixture for the virtual adapter's own tests: they talk to it through
+// Shared fixtures for the virtual adapter's own tests: they talk to it through
 // the hidapi functions, as the SDK does, with a host-side segment layer of
 // their own.
 #pragma once
@@ -11,6 +11,7 @@
 #include <optional>
 #include <vector>
 
+#include "tarvix_virtual/targets.hpp"
 #include "tarvix_virtual/virtual_adapter.hpp"
 
 namespace vt = tarvix_virtual;
@@ -29,9 +30,16 @@ inline vt::Bytes patternBytes(std::size_t size) {
     return bytes;
 }
 
-inline std::uint16_t headerOf(const vt::Bytes& report, std::size_t offset = 0) {
-    return static_cast<std::uint16_t>(report[offset] | report[offset + 1] << 8);
+inline vt::Bytes u16(std::uint16_t value) {
+    return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
 }
+
+inline vt::Bytes concat(vt::Bytes a, const vt::Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+inline std::uint16_t headerOf(const vt::Bytes& report) { return static_cast<std::uint16_t>(report[0] | report[1] << 8); }
 
 // Output reports (report ID 0 first) that carry @p frame.
 inline std::vector<vt::Bytes> outputReports(const vt::Bytes& frame, std::size_t reportSize) {
@@ -81,6 +89,16 @@ inline std::optional<vt::Bytes> readFrame(hid_device* dev, std::size_t reportSiz
     }
 }
 
+// The status of an answer (0xFFFF for none), and what follows it.
+inline std::uint16_t statusOf(const vt::Bytes& answer) {
+    return answer.size() < 6 ? std::uint16_t{0xFFFF} : static_cast<std::uint16_t>(answer[4] | answer[5] << 8);
+}
+inline vt::Bytes payloadOf(const vt::Bytes& answer) {
+    return answer.size() < 6 ? vt::Bytes{} : vt::Bytes(answer.begin() + 6, answer.end());
+}
+inline std::uint16_t code(vt::DeviceStatus status) { return static_cast<std::uint16_t>(status); }
+
+// Resets the registry around each test and closes the handles it opened.
 class VirtualAdapterTest : public ::testing::Test {
 protected:
     void SetUp() override { vt::reset(); }
@@ -109,4 +127,33 @@ protected:
 
 private:
     std::vector<hid_device*> opened_;
+};
+
+// One adapter (the default bench unless config() says otherwise), opened.
+class BenchTest : public VirtualAdapterTest {
+protected:
+    std::optional<vt::VirtualAdapter> adapter;
+    hid_device* dev = nullptr;
+
+    virtual vt::AdapterConfig config() const { return {}; }
+
+    void SetUp() override {
+        VirtualAdapterTest::SetUp();
+        adapter = vt::attach(config());
+        dev = open(*adapter);
+        ASSERT_NE(dev, nullptr);
+    }
+
+    // Sends one command and returns its answer (empty if none came).
+    vt::Bytes call(std::uint16_t command, const vt::Bytes& payload = {}) {
+        return roundTrip(dev, requestFrame(++tid_, command, payload), adapter->reportSize()).value_or(vt::Bytes{});
+    }
+
+    // The next frame the adapter sends unasked (or empty).
+    vt::Bytes nextNotification() { return readFrame(dev, adapter->reportSize(), 1000).value_or(vt::Bytes{}); }
+
+    bool nothingPending() { return readReport(dev, adapter->reportSize(), 0).empty(); }
+
+private:
+    std::uint16_t tid_ = 0;
 };
