@@ -111,6 +111,20 @@ void copyOut(const Bytes& bytes, std::uint8_t* out) noexcept
     }
 }
 
+// Results reach the caller's buffer, and their count its length variable (when it passed one),
+// only when the call succeeded; otherwise both are left as they were.
+template <class Length>
+StatusCode copyOutOnSuccess(StatusCode status, const Bytes& result, std::uint8_t* out, Length* length) noexcept
+{
+    if (status == StatusCode::SUCCESS) {
+        copyOut(result, out);
+        if (length != nullptr) {
+            *length = static_cast<Length>(result.size());
+        }
+    }
+    return status;
+}
+
 // The optional trailing bytes of SETBUSCON and SETXTIME: a pointer means present (empty when
 // the count is 0), null with count 0 means absent. Null with a count is the caller's error.
 bool optionalBytes(const std::uint8_t* data, std::size_t count, std::optional<Bytes>& out)
@@ -150,13 +164,7 @@ StatusCode cccBytes(H* h, std::uint8_t* buffer, std::uint8_t* length, bool wants
     }
     Bytes result;
     const StatusCode status = read(*h->sdk, result);
-    if (status == StatusCode::SUCCESS) {
-        copyOut(result, buffer);
-        if (length != nullptr) {
-            *length = static_cast<std::uint8_t>(result.size());
-        }
-    }
-    return status;
+    return copyOutOnSuccess(status, result, buffer, length);
 }
 
 // SDR and legacy I2C reads share their checks and their copy; only SDR reports the count.
@@ -173,13 +181,7 @@ StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t r
     }
     Bytes result;
     const StatusCode status = read(*h->sdk, bytesFrom(registerAddress, registerAddressLength), result);
-    if (status == StatusCode::SUCCESS) {
-        copyOut(result, data);
-        if (dataLength != nullptr) {
-            *dataLength = static_cast<std::uint16_t>(result.size());
-        }
-    }
-    return status;
+    return copyOutOnSuccess(status, result, data, dataLength);
 }
 
 template <class Write>
@@ -359,11 +361,7 @@ StatusCode TarvixSDK_I3cHdrDdrRead(H* h, uint8_t targetAddress, uint8_t command,
     }
     Bytes result;
     const StatusCode status = h->sdk->i3cHdrDdrRead(targetAddress, command, length, result);
-    if (status == StatusCode::SUCCESS) {
-        copyOut(result, data);
-        *dataLength = static_cast<std::uint16_t>(result.size());
-    }
-    return status;
+    return copyOutOnSuccess(status, result, data, dataLength);
 }
 
 StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command, const uint8_t* data, uint16_t dataLength)

@@ -21,6 +21,7 @@
 #include "firmware/rails.hpp"
 #include "firmware/spi.hpp"
 #include "firmware/uart.hpp"
+#include "tarvix_virtual/virtual_adapter.hpp"
 
 namespace tarvix_virtual::detail {
 
@@ -60,6 +61,7 @@ class Reply {
 public:
     explicit Reply(std::vector<std::uint8_t>& frame) : frame_(frame) {}
     void setStatus(std::uint16_t status);
+    void setStatus(DeviceStatus status) { setStatus(static_cast<std::uint16_t>(status)); }
     void appendU8(std::uint8_t value) { frame_.push_back(value); }
     void appendBytes(const std::uint8_t* data, std::size_t size);
     // The command is not answered at all (reset, boot mode).

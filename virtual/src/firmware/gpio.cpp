@@ -55,13 +55,12 @@ void GpioState::restart() {
 
 namespace {
 
-constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
 
 // Every GPIO command starts with the pin number; the adapter has pins 0..7.
 std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply) {
     const auto pin = request.payloadU8(0);
     if (!pin || *pin >= GpioState::kPins) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return std::nullopt;
     }
     return pin;
@@ -70,7 +69,7 @@ std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply) {
 std::optional<bool> levelAt(const Request& request, std::size_t offset, Reply& reply) {
     const auto level = request.payloadU8(offset);
     if (!level || *level > 1) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return std::nullopt;
     }
     return *level == 1;
@@ -91,11 +90,11 @@ void configurePin(FirmwareState& state, const Request& request, Reply& reply) {
     if (!pin) return;
     const auto function = request.payloadU8(1);
     if (!function) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     if (*function > static_cast<std::uint8_t>(PinFunction::DISABLED)) {
-        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     const auto level = levelAt(request, 2, reply);
@@ -116,7 +115,7 @@ void digitalWrite(FirmwareState& state, const Request& request, Reply& reply) {
     if (!level) return;
     GpioPin& target = state.gpio.pins[*pin];
     if (target.function != PinFunction::OUTPUT) {
-        reply.setStatus(status(DeviceStatus::PIN_FUNCTION_MISMATCH));
+        reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
         return;
     }
     changePins(state.gpio, reply, [&] { target.output = *level; });
@@ -128,7 +127,7 @@ void digitalRead(FirmwareState& state, const Request& request, Reply& reply) {
     const auto pin = pinOf(request, reply);
     bool level = false;
     if (pin && state.gpio.pins[*pin].function == PinFunction::DISABLED)
-        reply.setStatus(status(DeviceStatus::PIN_FUNCTION_MISMATCH));
+        reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
     else if (pin)
         level = state.gpio.levels()[*pin];
     reply.appendU8(level ? 1 : 0);
@@ -140,17 +139,17 @@ void armInterrupt(FirmwareState& state, const Request& request, Reply& reply) {
     if (!pin) return;
     const auto trigger = request.payloadU8(1);
     if (!trigger) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     if (*trigger < static_cast<std::uint8_t>(Trigger::RISING) ||
         *trigger > static_cast<std::uint8_t>(Trigger::BOTH)) {
-        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     GpioPin& target = state.gpio.pins[*pin];
     if (target.function != PinFunction::INTERRUPT) {
-        reply.setStatus(status(DeviceStatus::PIN_FUNCTION_MISMATCH));
+        reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
         return;
     }
     target.trigger = static_cast<Trigger>(*trigger);

@@ -52,7 +52,6 @@ void I2cState::restart() {
 
 namespace {
 
-constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
 
 // Offsets in the payload (frame byte 4 = payload byte 0).
 constexpr std::size_t kTransferHeader = 10;  // bus, u16 count, address, register length, u32 register, flag
@@ -65,7 +64,7 @@ std::uint32_t loadU32(const std::uint8_t* p) {
 // The bus index leads every I2C command; the adapter has ports 0 and 1.
 I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply) {
     if (index >= I2cState::kBuses) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return nullptr;
     }
     return &state.i2c.buses[index];
@@ -76,18 +75,18 @@ I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply) {
 void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
     const std::vector<std::uint8_t> p = request.payload();
     if (p.size() < 6) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     I2cBus* bus = busOf(state, p[0], reply);
     if (!bus) return;
     if (!init && !bus->initialised) {
-        reply.setStatus(status(DeviceStatus::I2C_BUS_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         return;
     }
     const std::uint32_t frequency = loadU32(&p[1]);
     if (frequency < I2cState::kMinFrequency || frequency > I2cState::kMaxFrequency) {
-        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     bus->initialised = true;
@@ -105,13 +104,13 @@ void setPullUps(FirmwareState& state, const Request& request, Reply& reply) {
     const auto index = request.payloadU8(0);
     const auto pullUp = request.payloadU8(1);
     if (!index || !pullUp) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     I2cBus* bus = busOf(state, *index, reply);
     if (!bus) return;
     if (*pullUp > I2cState::kMaxPullUp) {
-        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     bus->pullUp = *pullUp;
@@ -130,18 +129,18 @@ std::vector<std::uint8_t> registerBytes(const std::vector<std::uint8_t>& p) {
 // null (with the status set) when the transfer cannot go ahead.
 I2cTarget* targetOf(FirmwareState& state, const std::vector<std::uint8_t>& p, Reply& reply) {
     if (p.size() < kTransferHeader || p[4] > 4 || p[3] > 0x7F) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return nullptr;
     }
     I2cBus* bus = busOf(state, p[0], reply);
     if (!bus) return nullptr;
     if (!bus->initialised) {
-        reply.setStatus(status(DeviceStatus::I2C_BUS_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         return nullptr;
     }
     const auto it = bus->targets.find(p[3]);
     if (it == bus->targets.end()) {
-        reply.setStatus(status(DeviceStatus::I2C_NACK));
+        reply.setStatus(DeviceStatus::I2C_NACK);
         return nullptr;
     }
     return &it->second;
@@ -152,7 +151,7 @@ I2cTarget* targetOf(FirmwareState& state, const std::vector<std::uint8_t>& p, Re
 void write(FirmwareState& state, const Request& request, Reply& reply) {
     const std::vector<std::uint8_t> p = request.payload();
     if (p.size() >= kTransferHeader && (p[1] | p[2] << 8) != static_cast<int>(p.size() - kTransferHeader)) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     I2cTarget* target = targetOf(state, p, reply);
@@ -188,9 +187,9 @@ void read(FirmwareState& state, const Request& request, Reply& reply) {
 void scan(FirmwareState& state, const Request& request, Reply& reply) {
     const auto index = request.payloadU8(0);
     I2cBus* bus = index ? busOf(state, *index, reply) : nullptr;
-    if (!index) reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+    if (!index) reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     if (bus && !bus->initialised) {
-        reply.setStatus(status(DeviceStatus::I2C_BUS_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         bus = nullptr;
     }
     reply.appendU8(index.value_or(0));

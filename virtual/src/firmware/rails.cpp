@@ -15,7 +15,6 @@ void RailsState::restart() {
 
 namespace {
 
-constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
 
 // Payload: u16 LE millivolts. Setting a voltage switches the rail back to
 // its own regulator.
@@ -23,12 +22,12 @@ bool setRail(Rail& rail, const Request& request, Reply& reply) {
     const auto low = request.payloadU8(0);
     const auto high = request.payloadU8(1);
     if (!low || !high) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return false;
     }
     const auto millivolts = static_cast<std::uint16_t>(*low | *high << 8);
     if (millivolts < RailsState::kMinMillivolts || millivolts > RailsState::kMaxMillivolts) {
-        reply.setStatus(status(DeviceStatus::VOLTAGE_OUT_OF_RANGE));
+        reply.setStatus(DeviceStatus::VOLTAGE_OUT_OF_RANGE);
         return false;
     }
     rail.millivolts = millivolts;
@@ -40,7 +39,7 @@ bool setRail(Rail& rail, const Request& request, Reply& reply) {
 void useExternal(Rail& rail, const Request& request, Reply& reply) {
     const auto flag = request.payloadU8(0);
     if (!flag || *flag > 1) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     rail.external = *flag == 1;

@@ -101,7 +101,6 @@ void SpiState::restart() {
 
 namespace {
 
-constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
 
 std::uint8_t reversed(std::uint8_t byte) {
     std::uint8_t result = 0;
@@ -114,19 +113,19 @@ std::uint8_t reversed(std::uint8_t byte) {
 void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
     const std::vector<std::uint8_t> p = request.payload();
     if (p.size() < 9) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     SpiState& spi = state.spi;
     if (!init && !spi.initialised) {
-        reply.setStatus(status(DeviceStatus::SPI_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::SPI_NOT_INITIALISED);
         return;
     }
     const std::uint32_t frequency = static_cast<std::uint32_t>(p[5]) | static_cast<std::uint32_t>(p[6]) << 8 |
                                     static_cast<std::uint32_t>(p[7]) << 16 | static_cast<std::uint32_t>(p[8]) << 24;
     if (p[0] > 1 || p[1] > 3 || (p[2] != 8 && p[2] != 16) || p[3] >= SpiState::kChipSelects || p[4] > 1 ||
         frequency == 0 || frequency > SpiState::kMaxFrequency) {
-        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     spi.initialised = true;
@@ -153,9 +152,9 @@ void transfer(FirmwareState& state, const Request& request, Reply& reply) {
     SpiState& spi = state.spi;
     std::vector<std::uint8_t> miso;
     if (p.size() < 4 || static_cast<std::size_t>(p[0] | p[1] << 8) != p.size() - 4) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     } else if (!spi.initialised) {
-        reply.setStatus(status(DeviceStatus::SPI_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::SPI_NOT_INITIALISED);
     } else {
         std::vector<std::uint8_t> mosi(p.begin() + 4, p.end());
         mosi.resize(std::max<std::size_t>(mosi.size(), static_cast<std::size_t>(p[2] | p[3] << 8)), 0x00);

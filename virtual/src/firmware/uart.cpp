@@ -33,7 +33,6 @@ void UartState::restart() {
 
 namespace {
 
-constexpr auto status(DeviceStatus value) { return static_cast<std::uint16_t>(value); }
 
 // Baud indices 0..14 select 600 to 1000000 baud.
 constexpr std::uint8_t kMaxBaudIndex = 14;
@@ -46,18 +45,18 @@ void configure(FirmwareState& state, const Request& request, Reply& reply, bool 
     for (std::size_t i = 0; i < 5; ++i) {
         const auto byte = request.payloadU8(i);
         if (!byte) {
-            reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+            reply.setStatus(DeviceStatus::INVALID_PARAMETER);
             return;
         }
         fields[i] = *byte;
     }
     if (!init && !uart.open) {
-        reply.setStatus(status(DeviceStatus::UART_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::UART_NOT_INITIALISED);
         return;
     }
     if (fields[0] > kMaxBaudIndex || fields[1] > 1 || fields[2] > 2 || (fields[3] != 7 && fields[3] != 8) ||
         (fields[4] != 1 && fields[4] != 2)) {
-        reply.setStatus(status(DeviceStatus::UNSUPPORTED_SETTING));
+        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     uart.open = true;
@@ -81,11 +80,11 @@ void send(FirmwareState& state, const Request& request, Reply& reply) {
     const auto low = request.payloadU8(0);
     const auto high = request.payloadU8(1);
     if (!low || !high || static_cast<std::size_t>(*low | *high << 8) != request.payloadSize() - 2) {
-        reply.setStatus(status(DeviceStatus::INVALID_PARAMETER));
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
     if (!state.uart.open) {
-        reply.setStatus(status(DeviceStatus::UART_NOT_INITIALISED));
+        reply.setStatus(DeviceStatus::UART_NOT_INITIALISED);
         return;
     }
     if (!state.uart.loopback) return;
