@@ -10,6 +10,9 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#ifndef __cplusplus
+#  include <stdbool.h>
+#endif
 
 #include "export.h"
 
@@ -122,5 +125,40 @@ static_assert(offsetof(I3cTargetInfo, extraByte2) == 15, "I3cTargetInfo layout")
 #else
 _Static_assert(sizeof(I3cTargetInfo) == 16, "I3cTargetInfo is a 16-byte wire record");
 #endif
+
+/**
+ * Opt-in safeties of a session, given at construction (TarvixSDK, TarvixAsyncSDK,
+ * TarvixSDK_CreateWithOptions). Every field is false in a zero-initialised record, and a session
+ * made without options behaves exactly as one made with such a record. Tools and scripts are
+ * advised to turn all of them on.
+ */
+typedef struct SessionOptions {
+    /**
+     * Blocking calls complete only with a response frame that carries their own transaction id
+     * and command code. Any other response (late, duplicated, or meant for another session on the
+     * same adapter) is dropped and counted (droppedResponseCount()), never decoded into the
+     * caller's outputs. Transaction ids then start at a random point instead of 1, so that two
+     * sessions on one adapter are unlikely to use the same ids at the same time. No effect on
+     * TarvixAsyncSDK, which does not wait.
+     */
+    bool matchResponses;
+    /**
+     * The reader tells an adapter that has gone from a passing read error: read errors that
+     * persist for 50 ms with no report in between mean the adapter was unplugged (or has
+     * failed). Then a waiting blocking call returns StatusCode::NOT_CONNECTED at once,
+     * isConnected() turns false, later commands return NOT_CONNECTED without sending, and
+     * connect() opens the adapter afresh (no disconnect() needed first).
+     */
+    bool detectRemoval;
+    /**
+     * The session will not share its adapter: connect fails with ConnectError::BUSY when
+     * another session (in this process, or an exclusive one in another process) has it open,
+     * and while this session is connected every other session's connect to it fails so. Across
+     * processes this is an advisory lock (flock) on the device node, so it binds only sessions
+     * of this library; an adapter whose path is not a file (the virtual adapter's) is guarded
+     * within the process only.
+     */
+    bool exclusive;
+} SessionOptions;
 
 #endif /* TARVIXSDK_RECORDS_H */

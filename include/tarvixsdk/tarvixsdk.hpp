@@ -17,8 +17,10 @@
  * response has arrived, before the device status is known: outputs are overwritten also when
  * the device reports an error, and left untouched when nothing arrived. Wherever the adapter
  * declares a count or length, the library takes at most the bytes that actually arrived; it
- * never reads outside a received frame. A response too short to carry its status (6 bytes) or
- * the fixed fields a method decodes yields StatusCode::RESPONSE_TOO_SHORT instead of a status 0.
+ * never reads outside a received frame. A response too short to carry its status (6 bytes), the
+ * fixed fields a method decodes, or the bytes or records it declares yields
+ * StatusCode::RESPONSE_TOO_SHORT instead of a status 0 (the outputs still receive what arrived);
+ * a non-zero device status is returned as it stands.
  */
 #ifndef TARVIXSDK_TARVIXSDK_HPP
 #define TARVIXSDK_TARVIXSDK_HPP
@@ -60,6 +62,11 @@ public:
 
     /** Initialises hidapi (hid_init). Nothing is opened yet. */
     TarvixAsyncSDK();
+    /**
+     * As TarvixAsyncSDK(), with the opt-in safeties of `options` (detectRemoval and exclusive
+     * apply here; matchResponses concerns only blocking calls).
+     */
+    explicit TarvixAsyncSDK(const SessionOptions& options);
     /** Disconnects (joining the reader thread) and calls hid_exit. */
     ~TarvixAsyncSDK();
     TarvixAsyncSDK(const TarvixAsyncSDK&) = delete;
@@ -82,10 +89,24 @@ public:
     void disconnect();
     /** True from a successful connect until disconnect(); it stays true after an unplug. */
     bool isConnected() const noexcept;
-    /** Replaces the handler of input frames. Set it before connecting, not while frames may arrive. */
+    /**
+     * Replaces the handler of input frames. It may be replaced while connected, also from inside
+     * the handler: the frame being delivered finishes with the old one, the next goes to the new.
+     */
     void onResponse(ResponseHandler handler);
     /** The library version, "1.3.0". */
     static std::string getVersion();
+
+    /** The options this session was made with. */
+    SessionOptions options() const noexcept;
+    /** Why the last connect failed (ConnectError::NONE after a successful one). */
+    ConnectError lastConnectError() const;
+    /** The same as one sentence, naming the device node and what to do where that helps. */
+    std::string lastConnectErrorMessage() const;
+    /** Exceptions thrown by handlers on the reader thread since construction (each was caught there). */
+    std::uint64_t handlerExceptionCount() const noexcept;
+    /** what() of the last of them ("unknown exception" for one not derived from std::exception). */
+    std::string lastHandlerException() const;
 
     // -- System (0x04xx) ------------------------------------------------------------------------
     StatusCode resetDevice(TransactionId transactionId);              /**< 0x0401; the adapter restarts and does not answer */
@@ -239,6 +260,7 @@ private:
     StatusCode setI2cSpiUartGpioVoltage(TransactionId transactionId, std::uint16_t voltage, bool flag);
     StatusCode useExternalI2cSpiUartGpioVoltage(TransactionId transactionId, bool useExternal);
 
+    friend class tarvix_detail::SyncSession;
     std::unique_ptr<tarvix_detail::AsyncSession> session_;
 };
 
@@ -270,6 +292,8 @@ public:
      *        a response already stored completes the call.
      */
     explicit TarvixSDK(int timeout = -1);
+    /** As TarvixSDK(timeout), with the opt-in safeties of `options` (see SessionOptions). */
+    TarvixSDK(int timeout, const SessionOptions& options);
     /** Stops the reader thread first, so no handler runs during destruction; then hid_exit. */
     ~TarvixSDK();
     TarvixSDK(const TarvixSDK&) = delete;
@@ -286,6 +310,17 @@ public:
      * this object. Set it before connecting, or accept that a notification may race the change.
      */
     void onNotification(NotificationHandler handler);
+
+    SessionOptions options() const noexcept;             /**< as TarvixAsyncSDK::options */
+    ConnectError lastConnectError() const;               /**< as TarvixAsyncSDK::lastConnectError */
+    std::string lastConnectErrorMessage() const;         /**< as TarvixAsyncSDK::lastConnectErrorMessage */
+    std::uint64_t handlerExceptionCount() const noexcept; /**< as TarvixAsyncSDK::handlerExceptionCount */
+    std::string lastHandlerException() const;            /**< as TarvixAsyncSDK::lastHandlerException */
+    /**
+     * With SessionOptions::matchResponses: response frames dropped since construction because
+     * they did not answer the call waiting (late, duplicated, foreign) or came when none waited.
+     */
+    std::uint64_t droppedResponseCount() const noexcept;
 
     // -- System -----------------------------------------------------------------------------------
     /** Sends the reset and returns at once (the adapter restarts instead of answering); reconnect after. */
@@ -339,7 +374,8 @@ public:
     StatusCode i2cWrite(std::uint8_t bus, std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress, const std::vector<std::uint8_t>& data, bool flag);
     /**
      * Reads `length` bytes into `readData` (replaced). The adapter is expected to answer with
-     * `length` bytes from response offset 9; if fewer arrived, `readData` holds only those.
+     * `length` bytes from response offset 9; if fewer arrived, `readData` holds only those, and a
+     * status 0 becomes RESPONSE_TOO_SHORT.
      */
     StatusCode i2cRead(std::uint8_t bus, std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress, std::uint16_t length, std::vector<std::uint8_t>& readData, bool flag);
     /**
@@ -355,7 +391,8 @@ public:
     StatusCode spiSetParameters(SpiBitOrder bitOrder, SpiMode mode, SpiDataWidth dataWidth, SpiChipSelect chipSelect, SpiChipSelectPolarity chipSelectPolarity, std::uint32_t frequency);
     /**
      * Full-duplex transfer. `readData` is replaced by the bytes the adapter reports (its count at
-     * response offset 6), at most the bytes that arrived.
+     * response offset 6), at most the bytes that arrived; fewer than counted turn a status 0 into
+     * RESPONSE_TOO_SHORT.
      */
     StatusCode spiTransfer(const std::vector<std::uint8_t>& data, std::vector<std::uint8_t>& readData, std::uint16_t transferLength);
 
@@ -371,12 +408,18 @@ public:
     StatusCode i3cSetParameters(I3cPushPullRate pushPullRate, I3cOpenDrainTransferRate openDrainRate, I2cTransferRate i2cRate, I3cDriveStrength driveStrength);
     StatusCode i3cInitBus(std::vector<I3cTargetInfo> targets);
     StatusCode i3cResetBus();
-    /** Replaces `table` with the adapter's target table (at most the records that arrived). */
+    /**
+     * Replaces `table` with the adapter's target table (the whole records that arrived; fewer than
+     * announced turn a status 0 into RESPONSE_TOO_SHORT).
+     */
     StatusCode i3cGetDeviceTable(std::vector<I3cTargetInfo>& table);
     StatusCode i3cSetTargetDeviceConfiguration(std::uint8_t targetAddress, I3cTargetConfiguration configuration);
 
     // -- I3C private transfers ------------------------------------------------------------------
-    /** Reads replace `data` with the bytes the adapter reports (at most those that arrived). */
+    /**
+     * Reads replace `data` with the bytes the adapter reports, as far as they arrived; fewer than
+     * counted turn a status 0 into RESPONSE_TOO_SHORT.
+     */
     StatusCode i3cSdrRead(std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress, std::uint16_t length, std::vector<std::uint8_t>& data, I3cTransferFlags flags);
     StatusCode i3cSdrWrite(std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress, const std::vector<std::uint8_t>& data, I3cTransferFlags flags);
     StatusCode i3cLegacyI2cRead(std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress, std::uint16_t length, std::vector<std::uint8_t>& data, I3cTransferFlags flags);
@@ -422,6 +465,11 @@ public:
     StatusCode i3cCccGETMWL(std::uint8_t address, std::uint16_t& maxWriteLength);
     /** `maxIbiPayloadSize` is set when the target returned 3 bytes, emptied otherwise. */
     StatusCode i3cCccGETMRL(std::uint8_t address, std::uint16_t& maxReadLength, std::optional<std::uint8_t>& maxIbiPayloadSize);
+    /**
+     * The variable CCC reads (GETPID, GETSTATUS, GETMXDS, GETCAPS, GETXTIME) replace their vector
+     * with the bytes the target's count byte announces, as far as they arrived; fewer than
+     * counted turn a status 0 into RESPONSE_TOO_SHORT.
+     */
     StatusCode i3cCccGETPID(std::uint8_t address, std::vector<std::uint8_t>& pid);
     StatusCode i3cCccGETBCR(std::uint8_t address, std::uint8_t& bcr);
     StatusCode i3cCccGETDCR(std::uint8_t address, std::uint8_t& dcr);

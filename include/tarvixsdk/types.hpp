@@ -30,7 +30,12 @@ enum class StatusCode : std::uint16_t {
     NOT_CONNECTED = 0x4000,       /**< no device is connected; nothing was sent */
     UNEXPECTED_RESPONSE = 0x6000, /**< getUsbString: the response answers another request */
     INVALID_ARGUMENT = 0x8000,    /**< an argument is out of range or a needed pointer is null; nothing was sent */
-    RESPONSE_TOO_SHORT = 0xA000   /**< the response is shorter than the fields it must carry */
+    RESPONSE_TOO_SHORT = 0xA000,  /**< the response is shorter than the fields or the count it declares */
+    /**
+     * Flat C interface only: the library could not finish the call for want of memory or of a
+     * system resource (the C++ classes throw instead). The caller's outputs are untouched.
+     */
+    SYSTEM_ERROR = 0xC000
 };
 
 /**
@@ -44,6 +49,25 @@ TARVIX_API const char* statusCodeName(StatusCode status) noexcept;
  * timeout" or, for an adapter status, "device status 0x0102".
  */
 TARVIX_API std::string statusCodeMessage(StatusCode status);
+
+/**
+ * Why the last connect() or connectWithSerialNumber() of a session failed (NONE after a
+ * successful one, and before any). lastConnectErrorMessage() gives the same in one sentence,
+ * with the device node and, where it helps, what to do.
+ */
+enum class ConnectError : std::uint32_t {
+    NONE = 0,              /**< the last connect succeeded (or none was tried) */
+    NO_ADAPTER = 1,        /**< no supported adapter is attached at all */
+    NO_MATCH = 2,          /**< supported adapters are attached, but none has the path or serial asked for */
+    PERMISSION_DENIED = 3, /**< the adapter's device node may not be opened by this user (see the udev rule) */
+    BUSY = 4,              /**< another session holds the adapter exclusively, or this one asked for exclusive use and it is open elsewhere */
+    OPEN_FAILED = 5,       /**< hidapi could not open the adapter; the message carries hid_error's text */
+    BAD_SERIAL = 6,        /**< a HID device's serial number does not convert to UTF-8 (connectWithSerialNumber) */
+    SYSTEM_ERROR = 7       /**< out of memory, or the reader thread could not start */
+};
+
+/** Upper-case name of a ConnectError ("NONE", "NO_ADAPTER", ...); a static string. */
+TARVIX_API const char* connectErrorName(ConnectError error) noexcept;
 
 // ---------------------------------------------------------------------------------------- GPIO
 

@@ -4,6 +4,7 @@
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "../transport/segmentation.hpp"
@@ -14,7 +15,14 @@ namespace tarvix_detail {
 class AsyncSession {
 public:
     FrameLink link;
-    bool connected = false;
+    bool connected = false; // caller thread only; see live()
+    SessionOptions options{};
+    // Told of every request just before it is written (the blocking session uses it to know
+    // which answer to wait for); empty for a plain non-blocking session.
+    std::function<void(TransactionId, std::uint16_t)> beforeSend;
+
+    // Connected, and the device not found gone by detectRemoval.
+    bool live() const noexcept { return connected && !link.transport().gone(); }
 
     // The steps of every command: connection first, then the argument checks, then the frame
     // (transaction id, command code, payload) goes to the transport. The write result is not
@@ -22,7 +30,7 @@ public:
     template <class Payload>
     StatusCode send(TransactionId transactionId, std::uint16_t code, bool argumentsValid, Payload&& payload)
     {
-        if (!connected) {
+        if (!live()) {
             return StatusCode::NOT_CONNECTED;
         }
         if (!argumentsValid) {
@@ -32,6 +40,9 @@ public:
         FrameBuilder builder(frame_);
         builder.u16(transactionId).u16(code);
         payload(builder);
+        if (beforeSend) {
+            beforeSend(transactionId, code);
+        }
         link.send(frame_);
         return StatusCode::SUCCESS;
     }

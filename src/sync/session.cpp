@@ -1,12 +1,46 @@
 #include "session.hpp"
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
+
+#include "../async/session.hpp"
 
 namespace tarvix_detail {
 
-SyncSession::SyncSession(int timeoutMs) : waiter_(timeoutMs)
+namespace {
+
+// Where the transaction ids of a matching session start: anywhere in 0..65534, so that two
+// sessions on one adapter rarely number their requests alike. Not a secret, just spread out.
+TransactionId randomStart(const void* salt) noexcept
 {
+    std::uint64_t x = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
+                      reinterpret_cast<std::uintptr_t>(salt);
+    x ^= x >> 33;
+    x *= 0xff51afd7ed558ccdULL;
+    x ^= x >> 33;
+    return static_cast<TransactionId>(x % 0xFFFF);
+}
+
+} // namespace
+
+SyncSession::SyncSession(int timeoutMs, const SessionOptions& options)
+    : waiter_(timeoutMs, options.matchResponses), async(options)
+{
+    if (options.matchResponses) {
+        counter_ = randomStart(this);
+        async.session_->beforeSend = [this](TransactionId id, std::uint16_t code) { waiter_.expect(id, code); };
+    }
     async.onResponse([this](const std::vector<std::uint8_t>& frame) { handleResponse(frame); });
+    transport().setRemovalHandler([this] { waiter_.abandon(); });
+}
+
+HidTransport& SyncSession::transport() noexcept { return async.session_->link.transport(); }
+
+void SyncSession::prepareConnect()
+{
+    // Before the open: a reader that finds the new device gone at once must not be undone.
+    waiter_.restore();
 }
 
 SyncSession::~SyncSession()
@@ -45,14 +79,32 @@ void SyncSession::setNotificationHandler(TarvixSDK::NotificationHandler handler)
 
 using tarvix_detail::SyncSession;
 
-TarvixSDK::TarvixSDK(int timeout) : session_(std::make_unique<SyncSession>(timeout)) {}
+TarvixSDK::TarvixSDK(int timeout) : TarvixSDK(timeout, SessionOptions{}) {}
 
-TarvixSDK::~TarvixSDK() = default;
+TarvixSDK::TarvixSDK(int timeout, const SessionOptions& options)
+    : session_(std::make_unique<SyncSession>(timeout, options))
+{
+}
 
-bool TarvixSDK::connect(const std::string& path) { return session_->async.connect(path); }
+TarvixSDK::~TarvixSDK()
+{
+    tarvix_detail::HidTransport& transport = session_->transport();
+    if (transport.onReaderThread()) {
+        // Destroyed from its own handler: the reader finishes the job once the handler returns.
+        SyncSession* session = session_.release();
+        transport.releaseFromReader([session] { delete session; });
+    }
+}
+
+bool TarvixSDK::connect(const std::string& path)
+{
+    session_->prepareConnect();
+    return session_->async.connect(path);
+}
 
 bool TarvixSDK::connectWithSerialNumber(const std::string& serialNumber)
 {
+    session_->prepareConnect();
     return session_->async.connectWithSerialNumber(serialNumber);
 }
 
@@ -63,3 +115,15 @@ bool TarvixSDK::isConnected() const noexcept { return session_->async.isConnecte
 std::string TarvixSDK::getVersion() { return TarvixAsyncSDK::getVersion(); }
 
 void TarvixSDK::onNotification(NotificationHandler handler) { session_->setNotificationHandler(std::move(handler)); }
+
+SessionOptions TarvixSDK::options() const noexcept { return session_->async.options(); }
+
+ConnectError TarvixSDK::lastConnectError() const { return session_->async.lastConnectError(); }
+
+std::string TarvixSDK::lastConnectErrorMessage() const { return session_->async.lastConnectErrorMessage(); }
+
+std::uint64_t TarvixSDK::handlerExceptionCount() const noexcept { return session_->async.handlerExceptionCount(); }
+
+std::string TarvixSDK::lastHandlerException() const { return session_->async.lastHandlerException(); }
+
+std::uint64_t TarvixSDK::droppedResponseCount() const noexcept { return session_->droppedResponses(); }

@@ -12,9 +12,11 @@
 
 namespace tarvix_detail {
 
+class HidTransport;
+
 class SyncSession {
 public:
-    explicit SyncSession(int timeoutMs);
+    SyncSession(int timeoutMs, const SessionOptions& options);
     ~SyncSession();
     SyncSession(const SyncSession&) = delete;
     SyncSession& operator=(const SyncSession&) = delete;
@@ -28,7 +30,8 @@ public:
 
     // One request: `send(async, id)` issues it through the asynchronous method of the same name.
     // A non-zero asynchronous status is returned as it is (nothing was sent, nothing is awaited);
-    // otherwise the call waits for the next response, after which `response()` holds it.
+    // otherwise the call waits for the next response (with matchResponses: for its own), after
+    // which `response()` holds it. An adapter found gone meanwhile gives NOT_CONNECTED.
     template <class Send>
     StatusCode exchange(Send&& send, TransactionId& transactionId)
     {
@@ -37,7 +40,12 @@ public:
         if (sent != StatusCode::SUCCESS) {
             return sent;
         }
-        return waiter_.wait(response_) ? StatusCode::SUCCESS : StatusCode::NO_RESPONSE;
+        switch (waiter_.wait(response_)) {
+        case ResponseWaiter::Outcome::ARRIVED: return StatusCode::SUCCESS;
+        case ResponseWaiter::Outcome::DEVICE_GONE: return StatusCode::NOT_CONNECTED;
+        case ResponseWaiter::Outcome::TIMED_OUT: break;
+        }
+        return StatusCode::NO_RESPONSE;
     }
 
     // The blocking method pattern: exchange, then `decode(reader)` writes the outputs from the
@@ -67,6 +75,10 @@ public:
     // with transaction id 0 is a notification for the application's handler.
     void handleResponse(const std::vector<std::uint8_t>& frame);
     void setNotificationHandler(TarvixSDK::NotificationHandler handler);
+
+    void prepareConnect();
+    std::uint64_t droppedResponses() const noexcept { return waiter_.dropped(); }
+    HidTransport& transport() noexcept;
 
 private:
     ResponseWaiter waiter_; // constructed before, and destroyed after, the session that feeds it

@@ -1,11 +1,14 @@
 // The open HID device and its reader thread. Nothing else in the library calls hidapi.
 #pragma once
 
+#include <tarvixsdk/types.hpp>
+
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -17,49 +20,109 @@ struct hid_device_;
 
 namespace tarvix_detail {
 
+struct ExclusiveClaim;
+
 // Converts a serial number as hidapi reports it (UTF-32 on Linux and macOS, UTF-16 on Windows)
 // to UTF-8. Throws std::range_error("bad conversion") for a code point above 0x10FFFF or an
 // unpaired surrogate: a serial we cannot represent must not silently match another one.
 std::string wideToUtf8(const wchar_t* text);
 
+// What the transport does beyond plain reading and writing; all off by default.
+struct TransportOptions {
+    // Read errors persisting for kRemovalWindow (no report in between) mean the device is gone:
+    // the reader calls the removal handler and ends.
+    bool detectRemoval = false;
+    // Refuse to share the device with any other session (see ExclusiveClaim in the .cpp).
+    bool exclusive = false;
+};
+
 class HidTransport {
 public:
     // Called on the reader thread with the whole report buffer (reportSize bytes) for every read.
     using ReceiveHandler = std::function<void(const std::uint8_t* report, std::size_t size)>;
+    // Called on the reader thread once, when detectRemoval decides that the device has gone.
+    using RemovalHandler = std::function<void()>;
+
+    // How long read errors must persist, and how often the reader retries meanwhile.
+    static constexpr int kRemovalWindowMs = 50;
+    static constexpr int kRemovalRetryMs = 10;
 
     HidTransport();
     ~HidTransport();
     HidTransport(const HidTransport&) = delete;
     HidTransport& operator=(const HidTransport&) = delete;
 
+    void setOptions(const TransportOptions& options) noexcept { options_ = options; }
+    const TransportOptions& options() const noexcept { return options_; }
+
     // Opens the first listed supported device that passes the filters (an empty filter passes
-    // everything) and starts the reader. True at once if already open.
+    // everything) and starts the reader. True at once if already open. On false, lastError()
+    // says why. Throws std::range_error for a serial that does not convert (lastError() is then
+    // BAD_SERIAL) and std::system_error if the reader thread cannot start.
     bool open(const std::string& path, const std::string& serial);
     // Stops and joins the reader, closes the device. Throws resource_deadlock_would_occur when
-    // called from the reader thread itself.
+    // called from the reader thread itself, and then changes nothing.
     void close();
     // Writes one segment as one output report (report ID 0, zero padded). False if closed or if
     // hid_write failed.
     bool write(const std::uint8_t* segment, std::size_t size);
+    // Set once, before the first open.
     void setReceiveHandler(ReceiveHandler handler);
+    void setRemovalHandler(RemovalHandler handler);
     bool isOpen() const noexcept { return open_; }
+    // True once detectRemoval has decided that the device is gone; until the next close().
+    bool gone() const noexcept { return gone_.load(std::memory_order_acquire); }
     std::size_t reportSize() const noexcept { return kind_ != nullptr ? kind_->reportSize : 0; }
     const std::string& path() const noexcept { return path_; }
+    bool onReaderThread() const noexcept;
+
+    // For a public session destroyed from one of its own handlers, on the reader thread: the
+    // thread cannot join itself, so `destroy` (which deletes the session, this transport
+    // included) runs on the reader once the handler has returned, after the thread has
+    // detached itself. The session object stays alive until then.
+    void releaseFromReader(std::function<void()> destroy)
+    {
+        destroyFromReader_ = std::move(destroy);
+        released_.store(true);
+    }
+
+    ConnectError lastError() const;
+    std::string lastErrorMessage() const;
+    std::uint64_t handlerExceptionCount() const noexcept { return handlerExceptions_.load(); }
+    std::string lastHandlerException() const;
 
 private:
     void readerLoop(std::size_t reportSize);
+    void deliver(const std::uint8_t* report, std::size_t size);
+    // Waits up to `ms` or until close() asks the reader to stop.
+    void pause(int ms);
+    void fail(ConnectError error, std::string message);
 
     const DeviceKind* kind_ = nullptr;
     std::string path_;
     hid_device_* handle_ = nullptr;
     ReceiveHandler handler_;
+    RemovalHandler removalHandler_;
+    std::function<void()> destroyFromReader_; // reader thread only
+    TransportOptions options_;
     bool open_ = false;
     std::atomic<bool> running_{false};
+    std::atomic<bool> gone_{false};
+    std::atomic<bool> released_{false};
     std::thread reader_;
+    // The claim on the device that keeps other sessions out (exclusive) or lets an exclusive
+    // one see this one; released at close.
+    std::unique_ptr<ExclusiveClaim> claim_;
     // Lets close() cut short the pause the reader takes after a failed read.
     std::mutex stopMutex_;
     std::condition_variable stopSignal_;
     std::vector<std::uint8_t> writeBuffer_; // one output report, reused: writes come from one thread
+
+    mutable std::mutex errorMutex_; // the two texts below; read from any thread
+    ConnectError lastError_ = ConnectError::NONE;
+    std::string lastErrorMessage_;
+    std::atomic<std::uint64_t> handlerExceptions_{0};
+    std::string lastHandlerException_;
 };
 
 } // namespace tarvix_detail

@@ -64,6 +64,10 @@ FrameLink::~FrameLink()
 
 bool FrameLink::connect(const std::string& path, const std::string& serial)
 {
+    if (transport_.gone()) {
+        // The reader has ended on its own; this joins it and closes the dead handle.
+        transport_.close();
+    }
     if (!transport_.open(path, serial)) {
         return false;
     }
@@ -84,12 +88,24 @@ void FrameLink::send(const std::vector<std::uint8_t>& frame)
     }
 }
 
-void FrameLink::setResponseHandler(FrameHandler handler) { handler_ = std::move(handler); }
+void FrameLink::setResponseHandler(FrameHandler handler)
+{
+    std::shared_ptr<const FrameHandler> next;
+    if (handler) {
+        next = std::make_shared<const FrameHandler>(std::move(handler));
+    }
+    std::atomic_store(&handler_, std::move(next));
+}
 
 void FrameLink::onReport(const std::uint8_t* report, std::size_t size)
 {
-    if (reassembler_.accept(report, size) && handler_) {
-        handler_(reassembler_.frame());
+    if (!reassembler_.accept(report, size)) {
+        return;
+    }
+    // A local hold: the handler may replace itself while it runs.
+    const std::shared_ptr<const FrameHandler> handler = std::atomic_load(&handler_);
+    if (handler && *handler) {
+        (*handler)(reassembler_.frame());
     }
 }
 

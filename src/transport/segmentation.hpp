@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -62,12 +63,17 @@ public:
     FrameLink(const FrameLink&) = delete;
     FrameLink& operator=(const FrameLink&) = delete;
 
+    // Connects; a device that detectRemoval found gone is closed first and opened afresh.
     bool connect(const std::string& path, const std::string& serial);
     void disconnect();
     // Segments and writes one frame; write failures are not reported (they show as a missing
     // response). Sends must come from one thread at a time.
     void send(const std::vector<std::uint8_t>& frame);
+    // May be called while frames arrive: the frame being delivered finishes with the old one.
     void setResponseHandler(FrameHandler handler);
+
+    HidTransport& transport() noexcept { return transport_; }
+    const HidTransport& transport() const noexcept { return transport_; }
 
 private:
     void onReport(const std::uint8_t* report, std::size_t size);
@@ -76,7 +82,8 @@ private:
     std::vector<std::vector<std::uint8_t>> segments_;
     std::optional<ReportSegmenter> segmenter_;
     HidTransport transport_;
-    FrameHandler handler_;
+    // Swapped atomically so that it may be replaced while the reader runs it.
+    std::shared_ptr<const FrameHandler> handler_;
 };
 
 } // namespace tarvix_detail

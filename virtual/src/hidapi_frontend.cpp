@@ -6,6 +6,7 @@
 // handle receives every input report; after an unplug, reads and writes on the
 // handles opened before fail at once; a write must be one whole output report.
 #pragma GCC visibility push(default)
+#include <cerrno>
 #include <hidapi.h>
 #pragma GCC visibility pop
 
@@ -91,7 +92,11 @@ namespace {
 hid_device* openAdapter(const std::shared_ptr<Adapter>& adapter) {
     std::shared_ptr<InputQueue> queue = adapter->open();
     if (!queue) {
-        globalError = L"the device could not be opened";
+        // As hidraw's open() would fail: errno says why (after everything that might touch it).
+        const int error = adapter->openError.load();
+        globalError = error == EACCES ? L"Failed to open a device: Permission denied"
+                                      : L"the device could not be opened";
+        if (error != 0) errno = error;
         return nullptr;
     }
     auto* dev = new hid_device_;

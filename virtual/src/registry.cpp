@@ -78,7 +78,7 @@ VirtualAdapter::Impl::Impl(const AdapterConfig& config, std::string adapterPath,
 
 std::shared_ptr<detail::InputQueue> VirtualAdapter::Impl::open() {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!pluggedLocked() || openFails.load()) return nullptr;
+    if (!pluggedLocked() || openFails.load() || openError.load() != 0) return nullptr;
     queues_.push_back(std::make_shared<detail::InputQueue>(readers));
     ++openHandles;
     return queues_.back();

@@ -42,6 +42,7 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     detail::ReaderWatch readers;
     std::atomic<bool> writeFails{false};
     std::atomic<bool> openFails{false};
+    std::atomic<int> openError{0}; // errno of a failing open, 0 for none
     std::atomic<std::size_t> openHandles{0};
 
     // A new input queue for a handle, or null when unplugged or failing on purpose.

@@ -51,6 +51,7 @@ void VirtualAdapter::dropNextResponses(std::size_t count) { impl_->core.dropNext
 
 void VirtualAdapter::setWriteFails(bool on) { impl_->writeFails = on; }
 void VirtualAdapter::setOpenFails(bool on) { impl_->openFails = on; }
+void VirtualAdapter::setOpenError(int error) { impl_->openError = error; }
 std::size_t VirtualAdapter::openHandles() const { return impl_->openHandles.load(); }
 bool VirtualAdapter::waitForBlockedReaders(std::size_t count, std::chrono::milliseconds timeout) const {
     return impl_->readers.waitFor(count, timeout);

@@ -230,6 +230,10 @@ public:
     void setWriteFails(bool on);
     /// While on, hid_open_path and hid_open of this adapter return NULL.
     void setOpenFails(bool on);
+    /// Makes hid_open_path and hid_open of this adapter fail as the kernel would with @p error
+    /// (an errno value: EACCES for a node the user may not open, EBUSY...): they return NULL
+    /// with errno set to it and hid_error(NULL) saying so. 0 turns it off.
+    void setOpenError(int error);
     /// Handles opened on this adapter and not yet closed (dead ones included).
     std::size_t openHandles() const;
     /// Waits until at least @p count threads are blocked in hid_read or

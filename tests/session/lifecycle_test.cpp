@@ -1,0 +1,371 @@
+// A session's life at its edges: handlers that disconnect or destroy their own session, handler
+// exceptions, the opt-in safeties (matchResponses, detectRemoval, exclusive) and the reasons a
+// connect fails.
+#include <sdk_fixture.hpp>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace tarvix_test {
+namespace {
+
+SessionOptions optionsWith(bool matchResponses, bool detectRemoval, bool exclusive)
+{
+    SessionOptions options{};
+    options.matchResponses = matchResponses;
+    options.detectRemoval = detectRemoval;
+    options.exclusive = exclusive;
+    return options;
+}
+
+// Polls `done` every few milliseconds for at most `limit` (for effects that finish on another
+// thread without a signal of their own, like a deferred destruction).
+template <class Done>
+bool eventually(Done done, std::chrono::milliseconds limit = 5s)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------- handlers
+
+using HandlerLifecycle = VirtualAdapterTest;
+
+TEST_F(HandlerLifecycle, ARefusedDisconnectFromAHandlerLeavesTheSessionWorking)
+{
+    TarvixSDK sdk(kTimeoutMs);
+    Inbox<int> handled;
+    sdk.onNotification([&](const Notification&) {
+        handled.push(0);
+        sdk.disconnect(); // refused: throws on the reader thread, counted there
+    });
+    ASSERT_TRUE(sdk.connect());
+    adapter().injectNotification(0x1481, 0, {0});
+    ASSERT_EQ(handled.waitFor(1).size(), 1u);
+
+    EXPECT_TRUE(sdk.isConnected());
+    std::uint16_t voltage = 0;
+    EXPECT_EQ(sdk.i2cGetBusVoltage(voltage), StatusCode::SUCCESS); // the reader still answers
+    adapter().injectNotification(0x1481, 0, {0});
+    EXPECT_EQ(handled.waitFor(2).size(), 2u); // and still delivers
+    EXPECT_TRUE(eventually([&] { return sdk.handlerExceptionCount() == 2; }));
+    EXPECT_NE(sdk.lastHandlerException().find("reader thread"), std::string::npos) << sdk.lastHandlerException();
+}
+
+TEST_F(HandlerLifecycle, HandlerExceptionsAreCountedWithTheirText)
+{
+    TarvixAsyncSDK sdk;
+    sdk.onResponse([](const Bytes& frame) {
+        if (frame[0] == 1) {
+            throw std::runtime_error("handler failure");
+        }
+        throw 42;
+    });
+    ASSERT_TRUE(sdk.connect());
+    adapter().sendFrame(tv::responseFrame(1, 0x0407, 0));
+    ASSERT_TRUE(eventually([&] { return sdk.handlerExceptionCount() == 1; }));
+    EXPECT_EQ(sdk.lastHandlerException(), "handler failure");
+    adapter().sendFrame(tv::responseFrame(2, 0x0407, 0));
+    ASSERT_TRUE(eventually([&] { return sdk.handlerExceptionCount() == 2; }));
+    EXPECT_EQ(sdk.lastHandlerException(), "unknown exception");
+}
+
+TEST_F(HandlerLifecycle, ASessionDestroyedByItsOwnHandlerIsTakenDownAfterTheHandlerReturns)
+{
+    tv::VirtualAdapter other = tv::attach();
+    TarvixSDK bystander(kTimeoutMs);
+    ASSERT_TRUE(bystander.connect(other.path()));
+
+    const std::size_t exitsBefore = tv::counters().exitCalls;
+    auto* blocking = new TarvixSDK(kTimeoutMs);
+    Inbox<int> destroyed;
+    blocking->onNotification([&](const Notification&) {
+        delete blocking;
+        destroyed.push(1);
+    });
+    ASSERT_TRUE(blocking->connect(adapter().path()));
+
+    auto* async = new TarvixAsyncSDK();
+    async->onResponse([&](const Bytes&) {
+        delete async;
+        destroyed.push(2);
+    });
+    ASSERT_TRUE(async->connect(adapter().path()));
+
+    adapter().injectNotification(0x1481, 0, {0}); // reaches both sessions' readers
+    ASSERT_EQ(destroyed.waitFor(2).size(), 2u);
+    // Each reader closed its device and released hidapi on its own thread, once its handler
+    // had returned.
+    EXPECT_TRUE(eventually([&] { return adapter().openHandles() == 0; }));
+    EXPECT_TRUE(eventually([&] { return tv::counters().exitCalls == exitsBefore + 2; }));
+
+    std::uint16_t voltage = 0;
+    EXPECT_EQ(bystander.i2cGetBusVoltage(voltage), StatusCode::SUCCESS);
+}
+
+TEST_F(HandlerLifecycle, TheResponseHandlerMayBeReplacedWhileFramesArrive)
+{
+    constexpr std::size_t kCount = 300;
+    auto handled = std::make_shared<Inbox<int>>();
+    TarvixAsyncSDK sdk;
+    sdk.onResponse([handled](const Bytes&) { handled->push(-1); });
+    ASSERT_TRUE(sdk.connect());
+    std::atomic<bool> stop{false};
+    std::thread replacer([&] {
+        for (int generation = 0; !stop.load(); ++generation) {
+            sdk.onResponse([handled, generation](const Bytes&) { handled->push(generation); });
+        }
+    });
+    for (std::size_t i = 0; i < kCount; ++i) {
+        adapter().sendFrame(tv::responseFrame(7, 0x0407, 0));
+    }
+    const std::size_t count = handled->waitFor(kCount).size();
+    stop.store(true);
+    replacer.join();
+    EXPECT_EQ(count, kCount);
+}
+
+// ---------------------------------------------------------------------------- matchResponses
+
+using MatchResponses = VirtualAdapterTest;
+
+TEST_F(MatchResponses, ALateAnswerIsDroppedInsteadOfCompletingTheNextCall)
+{
+    TarvixSDK sdk(100, optionsWith(true, false, false));
+    Inbox<int> fence;
+    sdk.onNotification([&](const Notification&) { fence.push(0); });
+    ASSERT_TRUE(sdk.connect());
+    answer(0x0409, 0, {0x13, 0x54, 0, 0, 0, 0}); // a rail of 21523 mV
+    answer(0x1403, 0, {1});
+
+    adapter().setResponseDelay(150ms);
+    std::uint16_t voltage = 0;
+    ASSERT_EQ(sdk.i2cGetBusVoltage(voltage), StatusCode::NO_RESPONSE);
+    adapter().setResponseDelay(0ms);
+    // Past the late answer's time, a notification is read after it.
+    std::this_thread::sleep_for(100ms);
+    adapter().injectNotification(0x1481, 0, {0});
+    ASSERT_EQ(fence.waitFor(1).size(), 1u);
+
+    GpioLogicLevel level = GpioLogicLevel::LOW;
+    EXPECT_EQ(sdk.gpioDigitalRead(GpioPinNumber::GPIO_3, level), StatusCode::SUCCESS);
+    EXPECT_EQ(level, GpioLogicLevel::HIGH);
+    EXPECT_EQ(sdk.droppedResponseCount(), 1u);
+}
+
+TEST_F(MatchResponses, DuplicatedAndForeignAnswersNeverReachTheOutputs)
+{
+    TarvixSDK sdk(kTimeoutMs, optionsWith(true, false, false));
+    ASSERT_TRUE(sdk.connect());
+    // Every read is answered twice, and preceded by an answer for another id and one with this
+    // id but another command's code.
+    std::atomic<std::uint8_t> next{0};
+    adapter().setResponder(0x1403, [&next](const Bytes& request) {
+        const std::uint16_t id = tv::transactionIdOf(request);
+        const std::uint8_t level = next.fetch_add(1);
+        return std::vector<Bytes>{tv::responseFrame(static_cast<std::uint16_t>(id + 1), 0x1403, 0, {0xE4}),
+                                  tv::responseFrame(id, 0x0409, 0, {0xE4}), tv::responseFrame(id, 0x1403, 0, {level}),
+                                  tv::responseFrame(id, 0x1403, 0, {0xE4})};
+    });
+    for (std::uint8_t round = 0; round < 20; ++round) {
+        GpioLogicLevel level{};
+        ASSERT_EQ(sdk.gpioDigitalRead(GpioPinNumber::GPIO_0, level), StatusCode::SUCCESS);
+        ASSERT_EQ(static_cast<std::uint32_t>(level), round);
+    }
+    // The trailing duplicate of the last round may still be on its way.
+    EXPECT_GE(sdk.droppedResponseCount(), 20u * 3 - 1);
+}
+
+TEST_F(MatchResponses, WithoutWaitingACallReturnsItsOwnAnswerOrNone)
+{
+    TarvixSDK sdk(0, optionsWith(true, false, false));
+    ASSERT_TRUE(sdk.connect());
+    answer(0x0409, 0, {0x13, 0x54, 0, 0, 0, 0});
+    answer(0x1403, 0, {1});
+    for (int round = 0; round < 50; ++round) {
+        GpioLogicLevel level = GpioLogicLevel::LOW;
+        const StatusCode status = sdk.gpioDigitalRead(GpioPinNumber::GPIO_3, level);
+        if (status == StatusCode::SUCCESS) {
+            ASSERT_EQ(level, GpioLogicLevel::HIGH);
+        } else {
+            ASSERT_EQ(status, StatusCode::NO_RESPONSE);
+        }
+        std::uint16_t voltage = 0;
+        const StatusCode railStatus = sdk.i2cGetBusVoltage(voltage);
+        if (railStatus == StatusCode::SUCCESS) {
+            ASSERT_EQ(voltage, 21523);
+        } else {
+            ASSERT_EQ(railStatus, StatusCode::NO_RESPONSE);
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------- detectRemoval
+
+using DetectRemoval = VirtualAdapterTest;
+
+TEST_F(DetectRemoval, AnUnplugWakesAnEndlessWaitAndReconnectNeedsNoDisconnect)
+{
+    TarvixSDK sdk(-1, optionsWith(false, true, false));
+    ASSERT_TRUE(sdk.connect());
+    adapter().dropNextResponses(1);
+    std::chrono::steady_clock::time_point unplugged;
+    auto call = std::async(std::launch::async, [&] {
+        std::uint16_t voltage = 7;
+        const StatusCode status = sdk.i2cGetBusVoltage(voltage);
+        const auto woken = std::chrono::steady_clock::now();
+        return std::make_pair(status, woken);
+    });
+    ASSERT_TRUE(adapter().waitForRequests(1, 5s));
+    unplugged = std::chrono::steady_clock::now();
+    adapter().unplug();
+    ASSERT_EQ(call.wait_for(10s), std::future_status::ready) << "the call was not woken";
+    const auto [status, woken] = call.get();
+    EXPECT_EQ(status, StatusCode::NOT_CONNECTED);
+    std::printf("unplug to woken call: %lld ms\n",
+                static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(woken - unplugged).count()));
+
+    EXPECT_FALSE(sdk.isConnected());
+    std::uint16_t voltage = 0;
+    EXPECT_EQ(sdk.i2cGetBusVoltage(voltage), StatusCode::NOT_CONNECTED); // without waiting
+    EXPECT_FALSE(sdk.connect());
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::NO_ADAPTER);
+
+    adapter().replug();
+    ASSERT_TRUE(sdk.connect());
+    EXPECT_TRUE(sdk.isConnected());
+    EXPECT_EQ(sdk.i2cGetBusVoltage(voltage), StatusCode::SUCCESS);
+    EXPECT_EQ(adapter().openHandles(), 1u); // the dead handle was closed
+}
+
+TEST_F(DetectRemoval, TheAsyncSessionLearnsOfItToo)
+{
+    TarvixAsyncSDK sdk(optionsWith(false, true, false));
+    ASSERT_TRUE(sdk.connect());
+    adapter().unplug();
+    ASSERT_TRUE(eventually([&] { return !sdk.isConnected(); }));
+    EXPECT_EQ(sdk.uartDeinit(1), StatusCode::NOT_CONNECTED);
+    adapter().replug();
+    EXPECT_TRUE(sdk.connect());
+    EXPECT_EQ(sdk.uartDeinit(2), StatusCode::SUCCESS);
+}
+
+// ---------------------------------------------------------------------------- exclusive
+
+using Exclusive = VirtualAdapterTest;
+
+TEST_F(Exclusive, ASecondSessionOnTheAdapterIsBusyWhicheverAskedFirst)
+{
+    TarvixSDK first(kTimeoutMs, optionsWith(false, false, true));
+    ASSERT_TRUE(first.connect());
+    TarvixSDK plain(kTimeoutMs);
+    EXPECT_FALSE(plain.connect());
+    EXPECT_EQ(plain.lastConnectError(), ConnectError::BUSY);
+    EXPECT_NE(plain.lastConnectErrorMessage().find(adapter().path()), std::string::npos);
+    TarvixSDK second(kTimeoutMs, optionsWith(false, false, true));
+    EXPECT_FALSE(second.connect());
+    EXPECT_EQ(second.lastConnectError(), ConnectError::BUSY);
+
+    first.disconnect();
+    ASSERT_TRUE(plain.connect()); // released at disconnect
+    EXPECT_FALSE(first.connect()); // and an exclusive session will not share
+    EXPECT_EQ(first.lastConnectError(), ConnectError::BUSY);
+    plain.disconnect();
+    EXPECT_TRUE(first.connect());
+    EXPECT_EQ(first.lastConnectError(), ConnectError::NONE);
+}
+
+TEST_F(Exclusive, HoldsAnAdvisoryLockOnADeviceNode)
+{
+    char node[] = "/tmp/tarvix-node-XXXXXX";
+    const int created = ::mkstemp(node);
+    ASSERT_GE(created, 0);
+    ::close(created);
+    tv::AdapterConfig config;
+    config.path = node;
+    tv::attach(config);
+
+    {
+        TarvixSDK sdk(kTimeoutMs, optionsWith(false, false, true));
+        ASSERT_TRUE(sdk.connect(node));
+        // What another process would see.
+        const int fd = ::open(node, O_RDONLY);
+        ASSERT_GE(fd, 0);
+        EXPECT_NE(::flock(fd, LOCK_SH | LOCK_NB), 0);
+        EXPECT_EQ(errno, EWOULDBLOCK);
+        sdk.disconnect();
+        EXPECT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
+        // Held by "another process": both kinds of session stay out.
+        TarvixSDK plain(kTimeoutMs);
+        EXPECT_FALSE(plain.connect(node));
+        EXPECT_EQ(plain.lastConnectError(), ConnectError::BUSY);
+        ::close(fd);
+        EXPECT_TRUE(plain.connect(node));
+    }
+    ::unlink(node);
+}
+
+// ---------------------------------------------------------------------------- connect reasons
+
+using ConnectReasons = VirtualAdapterTest;
+
+TEST_F(ConnectReasons, EachFailureSaysWhy)
+{
+    TarvixSDK sdk(kTimeoutMs);
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::NONE);
+
+    EXPECT_FALSE(sdk.connect("no/such/path"));
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::NO_MATCH);
+    EXPECT_NE(sdk.lastConnectErrorMessage().find("no/such/path"), std::string::npos);
+    EXPECT_FALSE(sdk.connectWithSerialNumber("TVX-9999"));
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::NO_MATCH);
+
+    adapter().setOpenError(EACCES);
+    EXPECT_FALSE(sdk.connect());
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::PERMISSION_DENIED);
+    EXPECT_NE(sdk.lastConnectErrorMessage().find(adapter().path()), std::string::npos);
+    EXPECT_NE(sdk.lastConnectErrorMessage().find("udev"), std::string::npos);
+    adapter().setOpenError(0);
+
+    adapter().setOpenFails(true);
+    EXPECT_FALSE(sdk.connect());
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::OPEN_FAILED);
+    EXPECT_NE(sdk.lastConnectErrorMessage().find("could not be opened"), std::string::npos)
+        << sdk.lastConnectErrorMessage(); // hid_error's text
+    adapter().setOpenFails(false);
+
+    ASSERT_TRUE(sdk.connect());
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::NONE);
+    EXPECT_TRUE(sdk.lastConnectErrorMessage().empty());
+    sdk.disconnect();
+
+    tv::reset();
+    EXPECT_FALSE(sdk.connect());
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::NO_ADAPTER);
+    EXPECT_STREQ(connectErrorName(ConnectError::NO_ADAPTER), "NO_ADAPTER");
+
+    tv::attach(tv::AdapterConfig{}).path();
+    tv::AdapterConfig broken;
+    broken.serialNumber = std::wstring(1, static_cast<wchar_t>(0x110000));
+    tv::attach(broken);
+    EXPECT_THROW(sdk.connectWithSerialNumber("TVX-1"), std::range_error);
+    EXPECT_EQ(sdk.lastConnectError(), ConnectError::BAD_SERIAL);
+}
+
+} // namespace
+} // namespace tarvix_test
