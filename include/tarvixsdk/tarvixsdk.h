@@ -21,9 +21,10 @@
  *   pointer means that it is absent.
  * - An optional input value is a presence flag followed by the value; an optional output value
  *   is a pointer for the value and a pointer to a presence byte (set to 1 or 0).
- * - Output arrays are the caller's buffers. Only TarvixSDK_I2cScanBus and
- *   TarvixSDK_I3cGetDeviceTable take a capacity; every other output buffer must be large enough
- *   for the largest result the call can return (given at each function).
+ * - Output arrays are the caller's buffers. TarvixSDK_I2cScanBus and TarvixSDK_I3cGetDeviceTable
+ *   take a capacity. The reads that take a `length` (SPI, I2C, the I3C private reads) never
+ *   write more than `length` bytes, and GETPID never more than 6, whatever the adapter's answer
+ *   counts; the other CCC reads need 255 bytes, the most their answer can count.
  * - Results copied out of a result array or record are written only when the status is 0;
  *   otherwise the caller's buffers and length variables keep their contents. A single value
  *   whose pointer is handed on to the method (the voltage getters, GETBCR, GETMWL...) is written
@@ -35,9 +36,13 @@
  * thread at a time; different handles are independent. The notification callback runs on the
  * handle's reader thread (see TarvixSDK_onNotification).
  *
- * Errors that the C++ API reports by exception (out of memory, failure to start the reader
- * thread, a serial number that does not convert to UTF-8) are not caught here; in a C caller
- * they end the process.
+ * No exception crosses into the caller. Errors that the C++ API reports by exception (out of
+ * memory, failure to start the reader thread, a serial number that does not convert to UTF-8)
+ * are caught here and turned into a failure the function's type already has: functions returning
+ * a StatusCode return 0xC000 (StatusCode_SYSTEM_ERROR) with the caller's outputs untouched,
+ * those returning bool return false, TarvixSDK_Create and TarvixSDK_CreateWithOptions return
+ * null, the others return having done nothing more. A connect that fails so keeps the reason:
+ * see TarvixSDK_LastConnectError.
  */
 #ifndef TARVIXSDK_TARVIXSDK_H
 #define TARVIXSDK_TARVIXSDK_H
@@ -63,6 +68,18 @@ typedef uint16_t StatusCode;
 #  define StatusCode_UNEXPECTED_RESPONSE ((StatusCode)0x6000)
 #  define StatusCode_INVALID_ARGUMENT ((StatusCode)0x8000)
 #  define StatusCode_RESPONSE_TOO_SHORT ((StatusCode)0xA000)
+#  define StatusCode_SYSTEM_ERROR ((StatusCode)0xC000)
+
+/** Why the last connect of a handle failed; see TarvixSDK_LastConnectError. */
+typedef uint32_t ConnectError;
+#  define ConnectError_NONE ((ConnectError)0)
+#  define ConnectError_NO_ADAPTER ((ConnectError)1)
+#  define ConnectError_NO_MATCH ((ConnectError)2)
+#  define ConnectError_PERMISSION_DENIED ((ConnectError)3)
+#  define ConnectError_BUSY ((ConnectError)4)
+#  define ConnectError_OPEN_FAILED ((ConnectError)5)
+#  define ConnectError_BAD_SERIAL ((ConnectError)6)
+#  define ConnectError_SYSTEM_ERROR ((ConnectError)7)
 
 /* The family enumerations, each a 32-bit value; their meanings are documented in types.hpp. */
 typedef uint32_t GpioPinNumber;
@@ -132,10 +149,16 @@ extern "C" {
 typedef struct TarvixSDK_Handle TarvixSDK_Handle;
 
 /**
- * Receives one notification. No user context is passed: a caller that needs one keeps it itself
- * (for example in a static variable, one callback per handle).
+ * Receives one notification, as set by TarvixSDK_onNotification. No user context is passed: a
+ * caller that needs one uses TarvixSDK_NotificationCallbackEx instead.
  */
 typedef void (*TarvixSDK_NotificationCallback)(const Notification* notification);
+
+/**
+ * Receives one notification, as set by TarvixSDK_onNotificationEx, with the `userData` pointer
+ * given there.
+ */
+typedef void (*TarvixSDK_NotificationCallbackEx)(const Notification* notification, void* userData);
 
 /**
  * The adapter's five USB strings (indices 1 to 5: manufacturer, product, serial number, firmware
@@ -164,9 +187,16 @@ typedef struct TarvixSDK_DeviceInfo {
 /**
  * Creates a session. `timeout` is how long a blocking call waits for its response, in
  * milliseconds; -1 waits without limit (see the TarvixSDK constructor). Initialises hidapi;
- * nothing is opened yet. Release with TarvixSDK_Destroy.
+ * nothing is opened yet. Release with TarvixSDK_Destroy. Null if the session could not be made
+ * (out of memory).
  */
 TARVIX_API TarvixSDK_Handle* TarvixSDK_Create(int timeout);
+/**
+ * As TarvixSDK_Create, with the opt-in safeties of `options` (see SessionOptions in records.h);
+ * a null `options` turns them all off, which is what TarvixSDK_Create does. The record is read
+ * during the call only.
+ */
+TARVIX_API TarvixSDK_Handle* TarvixSDK_CreateWithOptions(int timeout, const SessionOptions* options);
 /**
  * Disconnects (joining the reader thread) and frees the handle; null does nothing. No
  * notification callback may be running, and the handle must not be used afterwards.
@@ -177,16 +207,45 @@ TARVIX_API void TarvixSDK_Destroy(TarvixSDK_Handle* handle);
  * when `path` is null or empty. The text is copied.
  */
 TARVIX_API bool TarvixSDK_Connect(TarvixSDK_Handle* handle, const char* path);
-/** TarvixSDK::connectWithSerialNumber. `serialNumber` (UTF-8) must not be null; it is copied. */
+/**
+ * TarvixSDK::connectWithSerialNumber. `serialNumber` (UTF-8) must not be null; it is copied.
+ * If a HID device on the host has a serial number that does not convert to UTF-8 (where the
+ * C++ method throws), returns false with ConnectError_BAD_SERIAL as the reason.
+ */
 TARVIX_API bool TarvixSDK_ConnectWithSerialNumber(TarvixSDK_Handle* handle, const char* serialNumber);
+/**
+ * Why the last TarvixSDK_Connect or TarvixSDK_ConnectWithSerialNumber on `handle` failed:
+ * ConnectError_NONE after one that succeeded, before any, and for a null handle. A connect that
+ * failed because the library threw gives ConnectError_BAD_SERIAL (a serial number that does not
+ * convert) or ConnectError_SYSTEM_ERROR (anything else, such as a reader thread that could not
+ * start).
+ */
+TARVIX_API ConnectError TarvixSDK_LastConnectError(const TarvixSDK_Handle* handle);
+/**
+ * The same reason as one sentence (naming the device node and, where it helps, what to do); ""
+ * when there is none and for a null handle. The text belongs to the handle and stays valid until
+ * the next connect on it, or its destruction.
+ */
+TARVIX_API const char* TarvixSDK_LastConnectErrorMessage(const TarvixSDK_Handle* handle);
 /** TarvixSDK::disconnect. */
 TARVIX_API void TarvixSDK_Disconnect(TarvixSDK_Handle* handle);
 /** The library version, "1.3.0": a static string. Needs no handle. */
 TARVIX_API const char* TarvixSDK_GetVersion(void);
 /**
+ * The upper-case name of `status` ("SUCCESS", "NO_RESPONSE", ... "SYSTEM_ERROR"; "DEVICE_STATUS"
+ * for a status of the adapter's own): a static string. Needs no handle.
+ */
+TARVIX_API const char* TarvixSDK_StatusName(StatusCode status);
+/**
+ * One sentence on `status`, a static string: what the library's own codes mean, and for a status
+ * of the adapter's own the same generic sentence whatever its value (print the value beside it).
+ */
+TARVIX_API const char* TarvixSDK_StatusMessage(StatusCode status);
+/**
  * TarvixSDK::getDeviceInfo (five exchanges). On status 0 fills `info` with newly allocated
  * copies that the caller owns (see TarvixSDK_DeviceInfo); any earlier pointers in `info` are
  * overwritten, not freed. On any other status `info` is left as it was. Null `info`: 0x8000.
+ * 0xC000 (StatusCode_SYSTEM_ERROR) if the copies could not be allocated.
  */
 TARVIX_API StatusCode TarvixSDK_GetDeviceInfo(TarvixSDK_Handle* handle, TarvixSDK_DeviceInfo* info);
 /**
@@ -202,8 +261,9 @@ TARVIX_API void TarvixSDK_FreeDeviceInfo(TarvixSDK_DeviceInfo* info);
 
 /**
  * Sets the function that receives the adapter's notifications (frames with transaction id 0),
- * replacing any earlier one; null stops delivery. The handle is not tested: it must be valid.
- * Set it before connecting: a notification arriving while the callback changes may go to either.
+ * replacing any earlier one, also one set by TarvixSDK_onNotificationEx (a handle has one
+ * callback at a time); null stops delivery. The handle is not tested: it must be valid.
+ * A notification arriving while the callback changes goes to the old one or the new one.
  *
  * The callback runs on the handle's reader thread. It must return quickly, must not call
  * blocking functions of the same handle, nor TarvixSDK_Disconnect or TarvixSDK_Destroy on it.
@@ -215,6 +275,20 @@ TARVIX_API void TarvixSDK_FreeDeviceInfo(TarvixSDK_DeviceInfo* info);
  * valid only during the call: the next notification overwrites them. Copy what you need.
  */
 TARVIX_API void TarvixSDK_onNotification(TarvixSDK_Handle* handle, TarvixSDK_NotificationCallback callback);
+/**
+ * Sets the function that receives the adapter's notifications together with `userData`, which
+ * it is handed on every call; replaces any earlier callback, also one set by
+ * TarvixSDK_onNotification (a handle has one callback at a time). Null `callback` stops delivery;
+ * a null handle does nothing. Callback and user data change together: a notification arriving
+ * meanwhile reaches the old pair or the new one, never a mix.
+ *
+ * The callback runs on the handle's reader thread, under the rules of TarvixSDK_onNotification.
+ * Unlike there, the record is not a copy: `data` points at the whole frame and `length` is its
+ * size in bytes, however long (a 1024-byte adapter's frames may exceed 256 bytes). The record
+ * and the frame are valid only during the call.
+ */
+TARVIX_API void TarvixSDK_onNotificationEx(TarvixSDK_Handle* handle, TarvixSDK_NotificationCallbackEx callback,
+                                           void* userData);
 
 /*
  * The typed views of a notification. Each returns false and writes nothing when a pointer is
@@ -287,8 +361,9 @@ TARVIX_API StatusCode TarvixSDK_I2cSetPullUpResistors(TarvixSDK_Handle* handle, 
  * i2cRead: reads `length` bytes from `targetAddress` after writing the `registerAddressLength`
  * (0..4) bytes of `registerAddress`, most significant first. 0x8000 for a register address
  * longer than 4 bytes, a non-zero length with a null `registerAddress`, or a null `readData`.
- * On status 0 the bytes received (at most `length`) are copied into `readData`, which must hold
- * `length` bytes; the number received is not reported.
+ * On status 0 the `length` bytes received are copied into `readData`, which must hold `length`
+ * bytes; no more than `length` bytes are ever written there. (An answer carrying fewer than
+ * `length` bytes is 0xA000, StatusCode_RESPONSE_TOO_SHORT.)
  */
 TARVIX_API StatusCode TarvixSDK_I2cRead(TarvixSDK_Handle* handle, uint8_t bus, uint8_t targetAddress,
                                         const uint8_t* registerAddress, uint8_t registerAddressLength, uint16_t length,
@@ -323,8 +398,9 @@ TARVIX_API StatusCode TarvixSDK_SpiSetParameters(TarvixSDK_Handle* handle, SpiBi
                                                  SpiChipSelectPolarity chipSelectPolarity, uint32_t frequency);
 /**
  * spiTransfer: sends the `txLength` bytes of `txData` (none when either is 0/null) and clocks
- * `length`. On status 0 the received bytes are copied into `rxBuffer`, which must hold as many
- * as the adapter may return (`length`, at most 65535); a null `rxBuffer` discards them.
+ * `length`. On status 0 the received bytes are copied into `rxBuffer`, which must hold `length`
+ * bytes: at most `length` are written, even when the adapter counts more (the rest are
+ * dropped). A null `rxBuffer` discards them.
  */
 TARVIX_API StatusCode TarvixSDK_SpiTransfer(TarvixSDK_Handle* handle, const uint8_t* txData, uint16_t txLength,
                                             uint8_t* rxBuffer, uint16_t length);
@@ -376,11 +452,16 @@ TARVIX_API StatusCode TarvixSDK_I3cTargetResetPattern(TarvixSDK_Handle* handle);
  * @name I3C private transfers
  * Register addresses are 0..4 bytes sent in array order; a longer one, or a non-zero length with
  * a null pointer, is refused with 0x8000, as is a null output pointer. Read buffers must hold
- * `length` bytes (the adapter returns at most what was asked; at most 65535).
+ * `length` bytes: a read never writes more than `length` bytes into them, even when the adapter
+ * counts more (a target should return at most what was asked; the rest are dropped).
  */
 /** @{ */
 
-/** i3cSdrRead. On status 0 copies the bytes received into `data` and their number into `dataLength`. */
+/**
+ * i3cSdrRead. On status 0 copies the bytes received, at most `length` of them, into `data`, and
+ * stores the adapter's count of them in `dataLength`. A `dataLength` above `length` tells that
+ * the adapter offered more than the buffer took.
+ */
 TARVIX_API StatusCode TarvixSDK_I3cSdrRead(TarvixSDK_Handle* handle, uint8_t targetAddress,
                                            const uint8_t* registerAddress, uint8_t registerAddressLength,
                                            uint16_t length, uint8_t* data, uint16_t* dataLength, I3cTransferFlags flags);
@@ -388,7 +469,10 @@ TARVIX_API StatusCode TarvixSDK_I3cSdrRead(TarvixSDK_Handle* handle, uint8_t tar
 TARVIX_API StatusCode TarvixSDK_I3cSdrWrite(TarvixSDK_Handle* handle, uint8_t targetAddress,
                                             const uint8_t* registerAddress, uint8_t registerAddressLength,
                                             const uint8_t* data, uint16_t dataLength, I3cTransferFlags flags);
-/** i3cLegacyI2cRead. On status 0 copies the bytes received into `data`; their number is not reported. */
+/**
+ * i3cLegacyI2cRead. On status 0 copies the bytes received, at most `length` of them, into `data`;
+ * their number is not reported.
+ */
 TARVIX_API StatusCode TarvixSDK_I3cLegacyI2CRead(TarvixSDK_Handle* handle, uint8_t targetAddress,
                                                  const uint8_t* registerAddress, uint8_t registerAddressLength,
                                                  uint16_t length, uint8_t* data, I3cTransferFlags flags);
@@ -397,8 +481,9 @@ TARVIX_API StatusCode TarvixSDK_I3cLegacyI2CWrite(TarvixSDK_Handle* handle, uint
                                                   const uint8_t* registerAddress, uint8_t registerAddressLength,
                                                   const uint8_t* data, uint16_t dataLength, I3cTransferFlags flags);
 /**
- * i3cHdrDdrRead. On status 0 copies the bytes received into `data` and their number into
- * `dataLength`. Note the order: the length pointer comes before the buffer here.
+ * i3cHdrDdrRead. On status 0 copies the bytes received, at most `length` of them, into `data`,
+ * and stores the adapter's count of them in `dataLength` (above `length` when the adapter offered
+ * more than the buffer took). Note the order: the length pointer comes before the buffer here.
  */
 TARVIX_API StatusCode TarvixSDK_I3cHdrDdrRead(TarvixSDK_Handle* handle, uint8_t targetAddress, uint8_t command,
                                               uint16_t length, uint16_t* dataLength, uint8_t* data);
@@ -411,8 +496,8 @@ TARVIX_API StatusCode TarvixSDK_I3cHdrDdrWrite(TarvixSDK_Handle* handle, uint8_t
 /**
  * @name I3C Common Command Codes
  * Each calls the TarvixSDK CCC method of the same name (TarvixSDK_I3cCccGETBCR calls
- * i3cCccGETBCR). Buffers of the variable reads (GETPID, GETMXDS, GETXTIME, GETCAPS, GETSTATUS)
- * must hold 255 bytes, the most one CCC answer can carry.
+ * i3cCccGETBCR). Buffers of the variable reads GETMXDS, GETXTIME, GETCAPS and GETSTATUS must
+ * hold 255 bytes, the most one CCC answer can count; GETPID's holds 6.
  */
 /** @{ */
 
@@ -477,7 +562,10 @@ TARVIX_API StatusCode TarvixSDK_I3cCccGETMWL(TarvixSDK_Handle* handle, uint8_t a
  */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETMRL(TarvixSDK_Handle* handle, uint8_t address, uint16_t* maxReadLength,
                                              uint8_t* maxIbiPayloadSize, uint8_t* hasMaxIbiPayloadSize);
-/** i3cCccGETPID. On status 0 copies every byte returned (six from a conforming target) into `pid`. */
+/**
+ * i3cCccGETPID. On status 0 copies the bytes returned (six from a conforming target) into `pid`,
+ * which must hold 6 bytes: no more than 6 are written, whatever the answer counts.
+ */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETPID(TarvixSDK_Handle* handle, uint8_t address, uint8_t* pid);
 TARVIX_API StatusCode TarvixSDK_I3cCccGETBCR(TarvixSDK_Handle* handle, uint8_t address, uint8_t* bcr);
 TARVIX_API StatusCode TarvixSDK_I3cCccGETDCR(TarvixSDK_Handle* handle, uint8_t address, uint8_t* dcr);

@@ -1,5 +1,7 @@
 // Flat interface: the command functions. First the pure forwards, one line each; then the
-// functions that convert arrays, optionals and enumerations on their way to the method.
+// functions that convert arrays, optionals and enumerations on their way to the method. Every
+// body runs under guard() (forward() does it for the one-liners): an exception from the C++
+// layer becomes StatusCode::SYSTEM_ERROR instead of unwinding into the C caller.
 #include "handle.hpp"
 
 #include <algorithm>
@@ -8,6 +10,7 @@
 #include <vector>
 
 using tarvix_flat::forward;
+using tarvix_flat::guard;
 using tarvix_flat::required;
 using tarvix_flat::unchecked;
 using H = TarvixSDK_Handle;
@@ -90,6 +93,10 @@ using Bytes = std::vector<std::uint8_t>;
 
 // The register address field of the transfers holds at most four bytes.
 constexpr std::uint8_t kMaxRegisterAddress = 4;
+// A Provisioned ID is 48 bits; the other variable CCC answers hold at most what their count
+// byte can say.
+constexpr std::size_t kPidSize = 6;
+constexpr std::size_t kMaxCccData = 255;
 
 Bytes bytesFrom(const std::uint8_t* data, std::size_t count)
 {
@@ -104,20 +111,21 @@ bool registerAddressValid(const std::uint8_t* registerAddress, std::uint8_t leng
 // A buffer whose count says there is something to read must be there.
 bool inputValid(const void* data, std::size_t count) noexcept { return count == 0 || data != nullptr; }
 
-void copyOut(const Bytes& bytes, std::uint8_t* out) noexcept
-{
-    if (!bytes.empty()) {
-        std::memcpy(out, bytes.data(), bytes.size());
-    }
-}
-
 // Results reach the caller's buffer, and their count its length variable (when it passed one),
-// only when the call succeeded; otherwise both are left as they were.
-template <class Length>
-StatusCode copyOutOnSuccess(StatusCode status, const Bytes& result, std::uint8_t* out, Length* length) noexcept
+// only when the call succeeded; otherwise both are left as they were. The buffer receives at
+// most `capacity` bytes, what the caller said it holds, however many the adapter counted: the
+// adapter's count is not to be trusted with the caller's memory. The length variable gets the
+// adapter's count, as snprintf reports what it would have written, so that a caller can tell
+// that more was offered than its buffer took.
+template <class Length = std::uint8_t>
+StatusCode copyOutOnSuccess(StatusCode status, const Bytes& result, std::uint8_t* out, std::size_t capacity,
+                            Length* length = nullptr) noexcept
 {
     if (status == StatusCode::SUCCESS) {
-        copyOut(result, out);
+        const std::size_t copied = std::min(result.size(), capacity);
+        if (copied > 0) {
+            std::memcpy(out, result.data(), copied);
+        }
         if (length != nullptr) {
             *length = static_cast<Length>(result.size());
         }
@@ -126,14 +134,10 @@ StatusCode copyOutOnSuccess(StatusCode status, const Bytes& result, std::uint8_t
 }
 
 // The optional trailing bytes of SETBUSCON and SETXTIME: a pointer means present (empty when
-// the count is 0), null with count 0 means absent. Null with a count is the caller's error.
-bool optionalBytes(const std::uint8_t* data, std::size_t count, std::optional<Bytes>& out)
+// the count is 0), null means absent. Null with a count is the caller's error, refused before.
+std::optional<Bytes> optionalBytes(const std::uint8_t* data, std::size_t count)
 {
-    if (data == nullptr) {
-        return count == 0;
-    }
-    out.emplace(data, data + count);
-    return true;
+    return data != nullptr ? std::optional<Bytes>(std::in_place, data, data + count) : std::nullopt;
 }
 
 std::optional<std::uint8_t> optionalByte(bool present, std::uint8_t value)
@@ -152,9 +156,10 @@ I3cTransferDirection transferDirection(std::uint32_t value) noexcept
 }
 
 // Variable CCC reads (GETPID, GETMXDS, GETXTIME, GETCAPS, GETSTATUS): the bytes and, except for
-// GETPID, their count (at most 255, the CCC answer's count byte) are copied out on success only.
+// GETPID, their count (at most 255, the CCC answer's count byte) are copied out on success only,
+// at most `capacity` bytes of them.
 template <class Read>
-StatusCode cccBytes(H* h, std::uint8_t* buffer, std::uint8_t* length, bool wantsLength, Read read)
+StatusCode cccBytes(H* h, std::uint8_t* buffer, std::size_t capacity, std::uint8_t* length, bool wantsLength, Read read)
 {
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
@@ -162,14 +167,17 @@ StatusCode cccBytes(H* h, std::uint8_t* buffer, std::uint8_t* length, bool wants
     if (buffer == nullptr || (wantsLength && length == nullptr)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    Bytes result;
-    const StatusCode status = read(*h->sdk, result);
-    return copyOutOnSuccess(status, result, buffer, length);
+    return guard([&] {
+        Bytes result;
+        const StatusCode status = read(*h->sdk, result);
+        return copyOutOnSuccess(status, result, buffer, capacity, length);
+    });
 }
 
-// SDR and legacy I2C reads share their checks and their copy; only SDR reports the count.
+// SDR and legacy I2C reads share their checks and their copy (at most the `length` asked for);
+// only SDR reports the count.
 template <class Read>
-StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength,
+StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength, std::uint16_t length,
                        std::uint8_t* data, std::uint16_t* dataLength, bool wantsLength, Read read)
 {
     if (h == nullptr) {
@@ -179,9 +187,11 @@ StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t r
         (wantsLength && dataLength == nullptr)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    Bytes result;
-    const StatusCode status = read(*h->sdk, bytesFrom(registerAddress, registerAddressLength), result);
-    return copyOutOnSuccess(status, result, data, dataLength);
+    return guard([&] {
+        Bytes result;
+        const StatusCode status = read(*h->sdk, bytesFrom(registerAddress, registerAddressLength), result);
+        return copyOutOnSuccess(status, result, data, length, dataLength);
+    });
 }
 
 template <class Write>
@@ -194,7 +204,7 @@ StatusCode privateWrite(H* h, const std::uint8_t* registerAddress, std::uint8_t 
     if (!registerAddressValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return write(*h->sdk, bytesFrom(registerAddress, registerAddressLength), bytesFrom(data, dataLength));
+    return guard([&] { return write(*h->sdk, bytesFrom(registerAddress, registerAddressLength), bytesFrom(data, dataLength)); });
 }
 
 // SETBUSCON and SETXTIME: optional trailing bytes checked, then the method.
@@ -204,11 +214,10 @@ StatusCode withExtraData(H* h, const std::uint8_t* extraData, std::size_t extraL
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
     }
-    std::optional<Bytes> extra;
-    if (!optionalBytes(extraData, extraLength, extra)) {
+    if (extraData == nullptr && extraLength != 0) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return send(*h->sdk, extra);
+    return guard([&] { return send(*h->sdk, optionalBytes(extraData, extraLength)); });
 }
 
 } // namespace
@@ -228,13 +237,12 @@ StatusCode TarvixSDK_I2cRead(H* h, uint8_t bus, uint8_t targetAddress, const uin
     if (!registerAddressValid(registerAddress, registerAddressLength) || readData == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    Bytes result(length);
-    const StatusCode status =
-        h->sdk->i2cRead(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength), length, result, flag);
-    if (status == StatusCode::SUCCESS) {
-        copyOut(result, readData);
-    }
-    return status;
+    return guard([&] {
+        Bytes result(length);
+        const StatusCode status =
+            h->sdk->i2cRead(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength), length, result, flag);
+        return copyOutOnSuccess(status, result, readData, length);
+    });
 }
 
 StatusCode TarvixSDK_I2cWrite(H* h, uint8_t bus, uint8_t targetAddress, const uint8_t* registerAddress,
@@ -246,8 +254,10 @@ StatusCode TarvixSDK_I2cWrite(H* h, uint8_t bus, uint8_t targetAddress, const ui
     if (!registerAddressValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return h->sdk->i2cWrite(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength),
-                            bytesFrom(data, dataLength), flag);
+    return guard([&] {
+        return h->sdk->i2cWrite(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength),
+                                bytesFrom(data, dataLength), flag);
+    });
 }
 
 // The capacity is compared with the bytes of the list (one-byte entries take one byte, two-byte
@@ -263,42 +273,44 @@ StatusCode TarvixSDK_I2cScanBus(H* h, uint8_t* addresses, uint8_t capacity, uint
     if (bus > kLastBus || addresses == nullptr || oneByteCount == nullptr || twoByteCount == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    Bytes list;
-    const StatusCode status = h->sdk->i2cScanBus(list, oneByteCount, twoByteCount, bus, flag);
-    if (status != StatusCode::SUCCESS) {
-        return status;
-    }
-    if (list.size() > capacity) {
-        return StatusCode::INVALID_ARGUMENT;
-    }
-    copyOut(list, addresses);
-    return status;
+    return guard([&] {
+        Bytes list;
+        const StatusCode status = h->sdk->i2cScanBus(list, oneByteCount, twoByteCount, bus, flag);
+        if (status == StatusCode::SUCCESS && list.size() > capacity) {
+            return StatusCode::INVALID_ARGUMENT;
+        }
+        return copyOutOnSuccess(status, list, addresses, capacity);
+    });
 }
 
+// The transmit bytes are copied before the handle is looked at; a null rxBuffer takes nothing.
 StatusCode TarvixSDK_SpiTransfer(H* h, const uint8_t* txData, uint16_t txLength, uint8_t* rxBuffer, uint16_t length)
 {
-    const Bytes tx = bytesFrom(txData, txLength);
-    if (h == nullptr) {
-        return StatusCode::NOT_CONNECTED;
-    }
-    Bytes rx;
-    const StatusCode status = h->sdk->spiTransfer(tx, rx, length);
-    if (status == StatusCode::SUCCESS && rxBuffer != nullptr) {
-        copyOut(rx, rxBuffer);
-    }
-    return status;
+    return guard([&] {
+        const Bytes tx = bytesFrom(txData, txLength);
+        if (h == nullptr) {
+            return StatusCode::NOT_CONNECTED;
+        }
+        Bytes rx;
+        const StatusCode status = h->sdk->spiTransfer(tx, rx, length);
+        return copyOutOnSuccess(status, rx, rxBuffer, rxBuffer != nullptr ? length : 0);
+    });
 }
 
 StatusCode TarvixSDK_UartSendMessage(H* h, const uint8_t* data, uint16_t length)
 {
-    const Bytes message(data, data + length);
-    return forward(h, &S::uartSendMessage, message);
+    return guard([&] {
+        const Bytes message(data, data + length);
+        return forward(h, &S::uartSendMessage, message);
+    });
 }
 
 StatusCode TarvixSDK_I3cInitBus(H* h, const I3cTargetInfo* targets, uint8_t count)
 {
-    std::vector<I3cTargetInfo> list(targets, targets + count);
-    return h == nullptr ? StatusCode::NOT_CONNECTED : h->sdk->i3cInitBus(std::move(list));
+    return guard([&] {
+        std::vector<I3cTargetInfo> list(targets, targets + count);
+        return h == nullptr ? StatusCode::NOT_CONNECTED : h->sdk->i3cInitBus(std::move(list));
+    });
 }
 
 StatusCode TarvixSDK_I3cGetDeviceTable(H* h, I3cTargetInfo* table, uint8_t capacity, uint8_t* count)
@@ -309,27 +321,29 @@ StatusCode TarvixSDK_I3cGetDeviceTable(H* h, I3cTargetInfo* table, uint8_t capac
     if (table == nullptr || count == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    std::vector<I3cTargetInfo> entries;
-    const StatusCode status = h->sdk->i3cGetDeviceTable(entries);
-    if (status == StatusCode::SUCCESS) {
-        const std::size_t kept = std::min<std::size_t>(capacity, entries.size());
-        std::copy_n(entries.begin(), kept, table);
-        *count = static_cast<std::uint8_t>(kept);
-    }
-    return status;
+    return guard([&] {
+        std::vector<I3cTargetInfo> entries;
+        const StatusCode status = h->sdk->i3cGetDeviceTable(entries);
+        if (status == StatusCode::SUCCESS) {
+            const std::size_t kept = std::min<std::size_t>(capacity, entries.size());
+            std::copy_n(entries.begin(), kept, table);
+            *count = static_cast<std::uint8_t>(kept);
+        }
+        return status;
+    });
 }
 
 StatusCode TarvixSDK_I3cSdrRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress, uint8_t registerAddressLength,
                                 uint16_t length, uint8_t* data, uint16_t* dataLength, I3cTransferFlags flags)
 {
-    return privateRead(h, registerAddress, registerAddressLength, data, dataLength, true,
+    return privateRead(h, registerAddress, registerAddressLength, length, data, dataLength, true,
                        [&](S& sdk, const Bytes& reg, Bytes& out) { return sdk.i3cSdrRead(targetAddress, reg, length, out, flags); });
 }
 
 StatusCode TarvixSDK_I3cLegacyI2CRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
                                       uint8_t registerAddressLength, uint16_t length, uint8_t* data, I3cTransferFlags flags)
 {
-    return privateRead(h, registerAddress, registerAddressLength, data, nullptr, false, [&](S& sdk, const Bytes& reg, Bytes& out) {
+    return privateRead(h, registerAddress, registerAddressLength, length, data, nullptr, false, [&](S& sdk, const Bytes& reg, Bytes& out) {
         return sdk.i3cLegacyI2cRead(targetAddress, reg, length, out, flags);
     });
 }
@@ -359,9 +373,11 @@ StatusCode TarvixSDK_I3cHdrDdrRead(H* h, uint8_t targetAddress, uint8_t command,
     if (data == nullptr || dataLength == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    Bytes result;
-    const StatusCode status = h->sdk->i3cHdrDdrRead(targetAddress, command, length, result);
-    return copyOutOnSuccess(status, result, data, dataLength);
+    return guard([&] {
+        Bytes result;
+        const StatusCode status = h->sdk->i3cHdrDdrRead(targetAddress, command, length, result);
+        return copyOutOnSuccess(status, result, data, length, dataLength);
+    });
 }
 
 StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command, const uint8_t* data, uint16_t dataLength)
@@ -372,7 +388,7 @@ StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command
     if (!inputValid(data, dataLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return h->sdk->i3cHdrDdrWrite(targetAddress, command, bytesFrom(data, dataLength));
+    return guard([&] { return h->sdk->i3cHdrDdrWrite(targetAddress, command, bytesFrom(data, dataLength)); });
 }
 
 StatusCode TarvixSDK_I3cCccSETMRLBroadcast(H* h, uint16_t maxReadLength, bool hasMaxIbiPayloadSize, uint8_t maxIbiPayloadSize)
@@ -408,8 +424,10 @@ StatusCode TarvixSDK_I3cCccSETXTIMEDirect(H* h, uint8_t address, uint8_t subcomm
 
 StatusCode TarvixSDK_I3cCccSETAASA(H* h, const uint8_t* data, size_t count)
 {
-    const Bytes bytes(data, data + count);
-    return forward(h, &S::i3cCccSETAASA, bytes);
+    return guard([&] {
+        const Bytes bytes(data, data + count);
+        return forward(h, &S::i3cCccSETAASA, bytes);
+    });
 }
 
 StatusCode TarvixSDK_I3cCccRSTACTBroadcast(H* h, uint32_t action)
@@ -426,7 +444,7 @@ StatusCode TarvixSDK_I3cCccRSTACTDirect(H* h, uint8_t address, uint32_t action, 
     if (transferDirection(direction) == I3cTransferDirection::READ && resetTime == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return h->sdk->i3cCccRSTACTDirect(address, resetAction(action), transferDirection(direction), resetTime);
+    return guard([&] { return h->sdk->i3cCccRSTACTDirect(address, resetAction(action), transferDirection(direction), resetTime); });
 }
 
 // The read length is the method's single value, written whenever an answer arrived; the IBI
@@ -443,38 +461,40 @@ StatusCode TarvixSDK_I3cCccGETMRL(H* h, uint8_t address, uint16_t* maxReadLength
     if (hasMaxIbiPayloadSize != nullptr) {
         *hasMaxIbiPayloadSize = 0;
     }
-    std::optional<std::uint8_t> ibiSize;
-    const StatusCode status = h->sdk->i3cCccGETMRL(address, *maxReadLength, ibiSize);
-    if (status == StatusCode::SUCCESS && ibiSize) {
-        if (maxIbiPayloadSize != nullptr) {
-            *maxIbiPayloadSize = *ibiSize;
+    return guard([&] {
+        std::optional<std::uint8_t> ibiSize;
+        const StatusCode status = h->sdk->i3cCccGETMRL(address, *maxReadLength, ibiSize);
+        if (status == StatusCode::SUCCESS && ibiSize) {
+            if (maxIbiPayloadSize != nullptr) {
+                *maxIbiPayloadSize = *ibiSize;
+            }
+            if (hasMaxIbiPayloadSize != nullptr) {
+                *hasMaxIbiPayloadSize = 1;
+            }
         }
-        if (hasMaxIbiPayloadSize != nullptr) {
-            *hasMaxIbiPayloadSize = 1;
-        }
-    }
-    return status;
+        return status;
+    });
 }
 
 StatusCode TarvixSDK_I3cCccGETPID(H* h, uint8_t address, uint8_t* pid)
 {
-    return cccBytes(h, pid, nullptr, false, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETPID(address, out); });
+    return cccBytes(h, pid, kPidSize, nullptr, false, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETPID(address, out); });
 }
 
 StatusCode TarvixSDK_I3cCccGETMXDS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length)
 {
-    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETMXDS(address, out); });
+    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETMXDS(address, out); });
 }
 
 StatusCode TarvixSDK_I3cCccGETXTIME(H* h, uint8_t address, uint8_t* buffer, uint8_t* length)
 {
-    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETXTIME(address, out); });
+    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETXTIME(address, out); });
 }
 
 StatusCode TarvixSDK_I3cCccGETCAPS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte,
                                    uint8_t definingByte)
 {
-    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) {
+    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) {
         return sdk.i3cCccGETCAPS(address, out, optionalByte(hasDefiningByte, definingByte));
     });
 }
@@ -482,7 +502,7 @@ StatusCode TarvixSDK_I3cCccGETCAPS(H* h, uint8_t address, uint8_t* buffer, uint8
 StatusCode TarvixSDK_I3cCccGETSTATUS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte,
                                      uint8_t definingByte)
 {
-    return cccBytes(h, buffer, length, true, [&](S& sdk, Bytes& out) {
+    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) {
         return sdk.i3cCccGETSTATUS(address, out, optionalByte(hasDefiningByte, definingByte));
     });
 }

@@ -1,10 +1,16 @@
-// Flat interface: handle lifecycle, device information, the notification bridge and the views.
+// Flat interface: handle lifecycle, connecting and why it failed, device information, the
+// notification bridge, the views and the names of status codes.
 #include "handle.hpp"
 
+#include "../sync/status_text.hpp"
+
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <stdexcept>
 #include <string>
+
+using tarvix_flat::guard;
 
 namespace {
 
@@ -22,16 +28,12 @@ constexpr DeviceInfoField kDeviceInfoFields[] = {
     {&TarvixSDK::DeviceInfo::usbString5, &TarvixSDK_DeviceInfo::usbString5, &TarvixSDK_DeviceInfo::usbString5Length},
 };
 
-// Runs on the reader thread. The frame is copied into the handle's fixed buffer so that the
+// The plain callback's delivery. The frame is copied into the handle's fixed buffer so that the
 // callback sees memory of the handle, not the transport's reassembly buffer. The length field is
 // 8 bits wide: a frame of exactly 256 bytes therefore arrives with length 0, like every longer
 // one (cut to its first 256 bytes). C callers have always seen it so; keep it.
-void deliverNotification(TarvixSDK_Handle& handle, const Notification& received)
+void deliverCopy(TarvixSDK_Handle& handle, TarvixSDK_NotificationCallback callback, const Notification& received)
 {
-    const TarvixSDK_NotificationCallback callback = handle.notificationCallback.load();
-    if (callback == nullptr) {
-        return;
-    }
     const std::size_t size = received.length;
     const std::size_t copied = size <= TarvixSDK_Handle::kNotificationCapacity ? size : TarvixSDK_Handle::kNotificationCapacity;
     handle.notificationLength = size <= TarvixSDK_Handle::kNotificationCapacity ? static_cast<std::uint8_t>(size & 0xFF) : 0;
@@ -43,6 +45,93 @@ void deliverNotification(TarvixSDK_Handle& handle, const Notification& received)
     flat.data = handle.notificationBuffer;
     flat.length = handle.notificationLength;
     callback(&flat);
+}
+
+// Runs on the reader thread for every notification, registered once when the handle is made.
+// The extended callback gets the session's own record: the whole frame, uncut and uncopied.
+void deliverNotification(TarvixSDK_Handle& handle, const Notification& received)
+{
+    const std::shared_ptr<const TarvixSDK_NotificationTarget> target = std::atomic_load(&handle.notificationTarget);
+    if (target == nullptr) {
+        return;
+    }
+    if (target->extended != nullptr) {
+        target->extended(&received, target->userData);
+    } else if (target->plain != nullptr) {
+        deliverCopy(handle, target->plain, received);
+    }
+}
+
+void setNotificationTarget(TarvixSDK_Handle& handle, const TarvixSDK_NotificationTarget& target)
+{
+    std::shared_ptr<const TarvixSDK_NotificationTarget> next;
+    if (target.plain != nullptr || target.extended != nullptr) {
+        next = std::make_shared<const TarvixSDK_NotificationTarget>(target);
+    }
+    std::atomic_store(&handle.notificationTarget, std::move(next));
+}
+
+// Gives the session a handle and routes its notifications through the bridge, once: the two
+// set functions then only swap the target.
+TarvixSDK_Handle* adopt(std::unique_ptr<TarvixSDK> session)
+{
+    auto handle = std::make_unique<TarvixSDK_Handle>(); // value-initialised: every field zero
+    handle->sdk = std::move(session);
+    TarvixSDK_Handle* const raw = handle.get();
+    raw->sdk->onNotification([raw](const Notification& received) { deliverNotification(*raw, received); });
+    return handle.release();
+}
+
+void rememberConnectError(TarvixSDK_Handle& handle, ConnectError error, const std::string& message)
+{
+    handle.connectError = error;
+    handle.connectErrorMessage.clear(); // if the copy below fails, no stale text stays
+    handle.connectErrorMessage = message;
+}
+
+// Called inside the handler of whatever a connect threw: keeps the reason on the handle. A
+// serial number that does not convert is the one failure the session names itself (with the
+// device's path); it is told so in any case.
+void rememberConnectException(TarvixSDK_Handle& handle)
+{
+    try {
+        throw;
+    } catch (const std::range_error& e) {
+        const bool named = handle.sdk->lastConnectError() == ConnectError::BAD_SERIAL;
+        rememberConnectError(handle, ConnectError::BAD_SERIAL,
+                             named ? handle.sdk->lastConnectErrorMessage()
+                                   : std::string("a HID device on this host has a serial number that does not "
+                                                 "convert to UTF-8 (") + e.what() + ")");
+    } catch (const std::exception& e) {
+        rememberConnectError(handle, ConnectError::SYSTEM_ERROR, e.what());
+    } catch (...) {
+        rememberConnectError(handle, ConnectError::SYSTEM_ERROR, "unknown exception");
+    }
+}
+
+// Both connects: the session's answer and, after it, the session's reason for a failure, copied
+// into the handle; or, when the connect threw, false and the reason taken from the exception.
+template <class Connect>
+bool connectWith(TarvixSDK_Handle* handle, Connect connect) noexcept
+{
+    if (handle == nullptr) {
+        return false;
+    }
+    bool threw = false;
+    const bool connected = guard([&] { return connect(*handle->sdk); },
+                                 [&] {
+                                     threw = true;
+                                     // Set before any text is built, which may itself fail.
+                                     handle->connectError = ConnectError::SYSTEM_ERROR;
+                                     handle->connectErrorMessage.clear();
+                                     rememberConnectException(*handle);
+                                 });
+    if (!threw) {
+        guard([&] {
+            rememberConnectError(*handle, handle->sdk->lastConnectError(), handle->sdk->lastConnectErrorMessage());
+        });
+    }
+    return connected;
 }
 
 // The views of the flat interface read the fixed fields only; unlike Notification's own views
@@ -57,27 +146,44 @@ bool viewable(const Notification* notification, const void* out, NotificationKin
 
 TarvixSDK_Handle* TarvixSDK_Create(int timeout)
 {
-    auto handle = std::make_unique<TarvixSDK_Handle>(); // value-initialised: every field zero
-    handle->sdk = std::make_unique<TarvixSDK>(timeout);
-    return handle.release();
+    return guard([&] { return adopt(std::make_unique<TarvixSDK>(timeout)); });
 }
 
-void TarvixSDK_Destroy(TarvixSDK_Handle* handle) { delete handle; }
+TarvixSDK_Handle* TarvixSDK_CreateWithOptions(int timeout, const SessionOptions* options)
+{
+    const SessionOptions chosen = options != nullptr ? *options : SessionOptions{};
+    return guard([&] { return adopt(std::make_unique<TarvixSDK>(timeout, chosen)); });
+}
+
+void TarvixSDK_Destroy(TarvixSDK_Handle* handle)
+{
+    guard([&] { delete handle; });
+}
 
 bool TarvixSDK_Connect(TarvixSDK_Handle* handle, const char* path)
 {
-    return handle != nullptr && handle->sdk->connect(path != nullptr ? std::string(path) : std::string());
+    return connectWith(handle, [&](TarvixSDK& sdk) { return sdk.connect(path != nullptr ? std::string(path) : std::string()); });
 }
 
 bool TarvixSDK_ConnectWithSerialNumber(TarvixSDK_Handle* handle, const char* serialNumber)
 {
-    return handle != nullptr && handle->sdk->connectWithSerialNumber(serialNumber);
+    return connectWith(handle, [&](TarvixSDK& sdk) { return sdk.connectWithSerialNumber(serialNumber); });
+}
+
+ConnectError TarvixSDK_LastConnectError(const TarvixSDK_Handle* handle)
+{
+    return handle != nullptr ? handle->connectError : ConnectError::NONE;
+}
+
+const char* TarvixSDK_LastConnectErrorMessage(const TarvixSDK_Handle* handle)
+{
+    return handle != nullptr ? handle->connectErrorMessage.c_str() : "";
 }
 
 void TarvixSDK_Disconnect(TarvixSDK_Handle* handle)
 {
     if (handle != nullptr) {
-        handle->sdk->disconnect();
+        guard([&] { handle->sdk->disconnect(); });
     }
 }
 
@@ -91,27 +197,29 @@ StatusCode TarvixSDK_GetDeviceInfo(TarvixSDK_Handle* handle, TarvixSDK_DeviceInf
     if (info == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    TarvixSDK::DeviceInfo strings;
-    const StatusCode status = handle->sdk->getDeviceInfo(strings);
-    if (status != StatusCode::SUCCESS) {
-        return status;
-    }
-    // Built aside and assigned whole, so that a failed allocation leaves the caller's record as
-    // it was. malloc, not new: the caller may release the copies with free().
-    TarvixSDK_DeviceInfo copies{};
-    for (const DeviceInfoField& field : kDeviceInfoFields) {
-        const std::string& text = strings.*field.text;
-        char* copy = static_cast<char*>(std::malloc(text.size() + 1));
-        if (copy == nullptr) {
-            TarvixSDK_FreeDeviceInfo(&copies);
-            throw std::bad_alloc();
+    return guard([&] {
+        TarvixSDK::DeviceInfo strings;
+        const StatusCode status = handle->sdk->getDeviceInfo(strings);
+        if (status != StatusCode::SUCCESS) {
+            return status;
         }
-        std::memcpy(copy, text.c_str(), text.size() + 1);
-        copies.*field.copy = copy;
-        copies.*field.length = text.size();
-    }
-    *info = copies;
-    return status;
+        // Built aside and assigned whole, so that a failed allocation leaves the caller's record
+        // as it was. malloc, not new: the caller may release the copies with free().
+        TarvixSDK_DeviceInfo copies{};
+        for (const DeviceInfoField& field : kDeviceInfoFields) {
+            const std::string& text = strings.*field.text;
+            char* copy = static_cast<char*>(std::malloc(text.size() + 1));
+            if (copy == nullptr) {
+                TarvixSDK_FreeDeviceInfo(&copies);
+                return StatusCode::SYSTEM_ERROR;
+            }
+            std::memcpy(copy, text.c_str(), text.size() + 1);
+            copies.*field.copy = copy;
+            copies.*field.length = text.size();
+        }
+        *info = copies;
+        return status;
+    });
 }
 
 void TarvixSDK_FreeDeviceInfo(TarvixSDK_DeviceInfo* info)
@@ -129,10 +237,17 @@ void TarvixSDK_FreeDeviceInfo(TarvixSDK_DeviceInfo* info)
 // The handle is deliberately not tested: registering on a null handle is a caller error.
 void TarvixSDK_onNotification(TarvixSDK_Handle* handle, TarvixSDK_NotificationCallback callback)
 {
-    handle->notificationCallback.store(callback);
-    handle->sdk->onNotification([handle](const Notification& received) { deliverNotification(*handle, received); });
+    guard([&] { setNotificationTarget(*handle, {callback, nullptr, nullptr}); });
 }
 
+void TarvixSDK_onNotificationEx(TarvixSDK_Handle* handle, TarvixSDK_NotificationCallbackEx callback, void* userData)
+{
+    if (handle != nullptr) {
+        guard([&] { setNotificationTarget(*handle, {nullptr, callback, userData}); });
+    }
+}
+
+// The views only read the caller's record, and the names are static: nothing here can throw.
 bool TarvixSDK_notificationAsGpio(const Notification* notification, GpioInterruptNotification* out)
 {
     if (!viewable(notification, out, NotificationKind::GPIO_INTERRUPT, 7)) {
@@ -173,4 +288,12 @@ bool TarvixSDK_notificationAsUartRx(const Notification* notification, UartRxNoti
     out->data = notification->data + 8;
     out->dataLength = static_cast<std::size_t>(notification->data[6] | (notification->data[7] << 8));
     return true;
+}
+
+const char* TarvixSDK_StatusName(StatusCode status) { return statusCodeName(status); }
+
+const char* TarvixSDK_StatusMessage(StatusCode status)
+{
+    const char* const sentence = tarvix_detail::libraryStatusSentence(status);
+    return sentence != nullptr ? sentence : "the adapter reported an error status";
 }

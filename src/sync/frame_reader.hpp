@@ -49,6 +49,26 @@ public:
                    frame_.begin() + static_cast<std::ptrdiff_t>(begin + n));
     }
 
+    // Variable data whose size the answer declares (a count field, or the length the request
+    // asked for): taken like bytes(), and a frame holding less than it declares is short, so
+    // that a status of 0 never comes with fewer bytes than promised.
+    void declared(std::size_t offset, std::size_t count, std::vector<std::uint8_t>& out) const
+    {
+        bytes(offset, declaredUnits(offset, count, 1), out);
+    }
+
+    // The same for `count` records of `unitSize` bytes from `offset`: the number of whole records
+    // that arrived (at most `count`); the frame is short when that is fewer than `count`.
+    std::size_t declaredUnits(std::size_t offset, std::size_t count, std::size_t unitSize) const noexcept
+    {
+        const std::size_t present = frame_.size() > offset ? (frame_.size() - offset) / unitSize : 0;
+        if (present < count) {
+            short_ = true;
+            return present;
+        }
+        return count;
+    }
+
     // A decoder's own verdict (e.g. a scan answer that promises more entries than it holds).
     void fail(StatusCode status) noexcept
     {

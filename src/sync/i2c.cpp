@@ -42,11 +42,11 @@ StatusCode TarvixSDK::i2cWrite(std::uint8_t bus, std::uint8_t targetAddress, con
 StatusCode TarvixSDK::i2cRead(std::uint8_t bus, std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress,
                               std::uint16_t length, std::vector<std::uint8_t>& readData, bool flag)
 {
-    // The answer carries no count of its own: the request's length says how many bytes to take,
-    // and a short answer yields only what arrived.
+    // The answer carries no count of its own: the request's length says how many bytes to take.
+    // A short answer yields only what arrived, and with status 0 is RESPONSE_TOO_SHORT.
     return session_->call(
         [&](TarvixAsyncSDK& a, TransactionId id) { return a.i2cRead(id, bus, targetAddress, registerAddress, length, flag); },
-        [&](const FrameReader& r) { r.bytes(kDataOffset, length, readData); });
+        [&](const FrameReader& r) { r.declared(kDataOffset, length, readData); });
 }
 
 StatusCode TarvixSDK::i2cScanBus(std::vector<std::uint8_t>& addresses, std::uint8_t* oneByteCount,

@@ -25,10 +25,11 @@ auto through(Method method, const Args&... args)
     return [method, &args...](TarvixAsyncSDK& a, TransactionId id) { return (a.*method)(id, args...); };
 }
 
-// Variable answers: `out` takes the count bytes the target returned, as far as they arrived.
+// Variable answers: `out` takes the count bytes the target returned, as far as they arrived;
+// fewer than counted make a status of 0 RESPONSE_TOO_SHORT.
 auto intoBytes(std::vector<std::uint8_t>& out)
 {
-    return [&out](const FrameReader& r) { r.bytes(kDataOffset, r.u8(kCountOffset), out); };
+    return [&out](const FrameReader& r) { r.declared(kDataOffset, r.u8(kCountOffset), out); };
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 // a count at offset 6, then that many 16-byte target records from offset 7.
 #include "session.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 
@@ -41,12 +40,11 @@ I3cTargetInfo readTarget(const FrameReader& r, std::size_t at) noexcept
 }
 
 // The table is replaced by the records announced, as far as whole records arrived: a count
-// larger than the frame holds yields the records that are there, never bytes from past the end.
+// larger than the frame holds yields the records that are there, never bytes from past the end,
+// and with status 0 is RESPONSE_TOO_SHORT.
 void readTable(const FrameReader& r, std::vector<I3cTargetInfo>& table)
 {
-    const std::size_t announced = r.u8(kTableCountOffset);
-    const std::size_t arrived = r.size() > kTableOffset ? (r.size() - kTableOffset) / kRecordSize : 0;
-    const std::size_t count = std::min(announced, arrived);
+    const std::size_t count = r.declaredUnits(kTableOffset, r.u8(kTableCountOffset), kRecordSize);
     table.clear();
     table.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {

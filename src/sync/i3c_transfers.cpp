@@ -12,10 +12,11 @@ constexpr std::size_t kCountOffset = 8;
 constexpr std::size_t kDataOffset = 10;
 
 // The count is the adapter's, not compared with the length asked for (a target may return fewer
-// bytes); `data` is replaced even on an error status, usually by nothing.
+// bytes); `data` is replaced even on an error status, usually by nothing. A count larger than
+// the bytes that arrived makes a status of 0 RESPONSE_TOO_SHORT.
 void readData(const FrameReader& r, std::vector<std::uint8_t>& data)
 {
-    r.bytes(kDataOffset, r.u16(kCountOffset), data);
+    r.declared(kDataOffset, r.u16(kCountOffset), data);
 }
 
 } // namespace

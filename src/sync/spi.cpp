@@ -31,6 +31,7 @@ StatusCode TarvixSDK::spiTransfer(const std::vector<std::uint8_t>& data, std::ve
             // the cast is safe and spares copying a possibly large buffer.
             return a.spiTransfer(id, const_cast<std::vector<std::uint8_t>&>(data), transferLength);
         },
-        // The count is the device's; the bytes taken are cut to what arrived.
-        [&](const FrameReader& r) { r.bytes(8, r.u16(6), readData); });
+        // The count is the device's; the bytes taken are cut to what arrived, and fewer than
+        // counted make a status of 0 RESPONSE_TOO_SHORT.
+        [&](const FrameReader& r) { r.declared(8, r.u16(6), readData); });
 }

@@ -164,6 +164,11 @@ TEST_F(I2cSync, I2cRead_TakesAtMostTheBytesThatArrivedEvenOnDeviceError)
     answer(0x0905, 0x0002, {0xE0, 0xE1, 0xE2, 9, 8});
     EXPECT_EQ(sdk().i2cRead(0, 0x50, {}, 10, data, false), StatusCode(0x0002));
     EXPECT_EQ(data, (Bytes{9, 8}));
+
+    // Fewer than the length asked for, with status 0: what came, but never a success.
+    answer(0x0905, 0, {0xE0, 0xE1, 0xE2, 9, 8});
+    EXPECT_EQ(sdk().i2cRead(0, 0x50, {}, 3, data, false), StatusCode::RESPONSE_TOO_SHORT);
+    EXPECT_EQ(data, (Bytes{9, 8}));
 }
 
 TEST_F(I2cSync, ScanBus_ListsOneByteThenTwoByteEntriesAndCallsAnAnswerPromisingMoreTooShort)
@@ -236,6 +241,7 @@ TEST_F(SpiSync, SpiTransfer_TakesTheDevicesCountButAtMostTheBytesThatArrivedEven
         {0x0006, {0x00, 0x01, 7, 8}, StatusCode(0x0006), {7, 8}},
         {0, {0x00, 0x00, 7, 8}, StatusCode::SUCCESS, {}},
         {0, {0x02}, StatusCode::RESPONSE_TOO_SHORT, {}},
+        {0, {0x03, 0x00, 7, 8}, StatusCode::RESPONSE_TOO_SHORT, {7, 8}}, // counted more than came
     };
     for (const auto& [status, payload, result, data] : cases) {
         answer(0x0D04, status, payload);

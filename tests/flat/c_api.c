@@ -27,6 +27,9 @@ int flat_c_null_handle(void)
     CHECK(strcmp(TarvixSDK_GetVersion(), "1.3.0") == 0);
     CHECK(!TarvixSDK_Connect(h, NULL));
     CHECK(!TarvixSDK_ConnectWithSerialNumber(h, "TVX-0001"));
+    CHECK(TarvixSDK_LastConnectError(h) == ConnectError_NONE);
+    CHECK(strcmp(TarvixSDK_LastConnectErrorMessage(h), "") == 0);
+    TarvixSDK_onNotificationEx(h, NULL, NULL);
     TarvixSDK_Disconnect(h);
     TarvixSDK_Destroy(h);
     TarvixSDK_FreeDeviceInfo(NULL);
@@ -190,12 +193,36 @@ int flat_c_session(const char* serial, const char* manufacturer)
     return failedLine;
 }
 
+int flat_c_bad_serial(const char* serial)
+{
+    TarvixSDK_Handle* h = TarvixSDK_CreateWithOptions(5000, NULL);
+    int failedLine = 0;
+    if (h == NULL) {
+        return __LINE__;
+    }
+    if (TarvixSDK_LastConnectError(h) != ConnectError_NONE) {
+        failedLine = __LINE__;
+    } else if (TarvixSDK_ConnectWithSerialNumber(h, serial)) {
+        failedLine = __LINE__;
+    } else if (TarvixSDK_LastConnectError(h) != ConnectError_BAD_SERIAL) {
+        failedLine = __LINE__;
+    } else if (strlen(TarvixSDK_LastConnectErrorMessage(h)) == 0) {
+        failedLine = __LINE__;
+    } else if (!TarvixSDK_Connect(h, NULL)) {
+        failedLine = __LINE__;
+    } else if (TarvixSDK_LastConnectError(h) != ConnectError_NONE || strcmp(TarvixSDK_LastConnectErrorMessage(h), "") != 0) {
+        failedLine = __LINE__;
+    }
+    TarvixSDK_Destroy(h);
+    return failedLine;
+}
+
 const uint32_t flat_c_enum_values[] = {
     GpioPinNumber_GPIO_7, GpioFunctionality_DISABLED, GpioLogicLevel_HIGH, GpioTriggerType_BOTH_EDGES,
     SpiBitOrder_LSB_FIRST, SpiMode_MODE_3, SpiDataWidth_BITS_16, SpiChipSelect_CS_3, SpiChipSelectPolarity_ACTIVE_HIGH,
     UartBaudRate_BAUD_1000000, UartHwHandshake_ENABLED, UartParity_ODD, UartDataSize_BITS_8, UartStopBit_TWO,
     I3cPushPullRate_RATE_1_MHZ, I3cOpenDrainTransferRate_RATE_400_KHZ, I2cTransferRate_RATE_1_MHZ, I3cDriveStrength_MAXIMUM,
     I3cTransferFlags_NACK_LAST_BYTE, I3cTransferDirection_READ, I3cTargetResetDefByte_RETURN_VIRTUAL_TARGET_INDICATION,
-    StatusCode_RESPONSE_TOO_SHORT,
+    StatusCode_RESPONSE_TOO_SHORT, StatusCode_SYSTEM_ERROR, ConnectError_SYSTEM_ERROR, ConnectError_BAD_SERIAL,
 };
 const size_t flat_c_enum_count = sizeof flat_c_enum_values / sizeof flat_c_enum_values[0];

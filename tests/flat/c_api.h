@@ -18,6 +18,11 @@ int flat_c_null_handle(void);
  * (0x0906) finds 0x48 and 0x50 (one-byte entries). */
 int flat_c_session(const char* serial, const char* manufacturer);
 
+/* Connects by `serial` on a host where a HID device listed before the adapter has a serial
+ * number that does not convert to UTF-8: false, BAD_SERIAL and a sentence; then a connect by
+ * path succeeds and clears the reason. The handle is made with null options. */
+int flat_c_bad_serial(const char* serial);
+
 /* The last member of each enumeration as the C constants give it, in the order of the C++ test. */
 extern const uint32_t flat_c_enum_values[];
 extern const size_t flat_c_enum_count;

@@ -3,6 +3,8 @@
 #include "flat_test_support.hpp"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <utility>
 
 using namespace tarvix_test;
@@ -12,6 +14,7 @@ namespace {
 constexpr StatusCode kOk = StatusCode::SUCCESS;
 constexpr StatusCode kInvalid = StatusCode::INVALID_ARGUMENT;
 constexpr std::uint16_t kDeviceError = 0x0102;
+using H = TarvixSDK_Handle;
 
 // A CCC read's answer payload: three bytes of the adapter's own, the count, the bytes.
 Bytes cccAnswer(Bytes data)
@@ -216,6 +219,58 @@ TEST_F(FlatConversions, ReadsCopyDataAndLengthOnlyOnSuccess)
     EXPECT_EQ(TarvixSDK_I3cCccGETMXDS(h(), 8, buffer, &count), StatusCode(kDeviceError));
     EXPECT_EQ(count, 6);
     EXPECT_EQ(buffer[0], 1);
+}
+
+// An adapter (or a target behind it) that answers with more bytes than were asked for, and
+// counts them: the caller's buffer, exactly as large as it said, takes only what it asked for.
+// The buffers are heap blocks of that exact size, so that a byte more is an overrun to ASan.
+TEST_F(FlatConversions, ReadsNeverWritePastTheLengthAskedForWhateverTheAnswerCounts)
+{
+    const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8};
+    const auto with = [&eight](Bytes head) {
+        head.insert(head.end(), eight.begin(), eight.end());
+        return head;
+    };
+    constexpr std::uint16_t kNotReported = 0xBEEF;
+    using Read = std::function<StatusCode(H*, std::uint8_t*, std::uint16_t length, std::uint16_t* reported)>;
+    struct Case {
+        const char* name;
+        std::uint16_t code;
+        Bytes payload;
+        std::uint16_t length;
+        std::uint16_t reported; // what the length variable receives: the adapter's count
+        Read read;
+    } cases[] = {
+        {"SpiTransfer", 0x0D04, with({8, 0}), 4, kNotReported,
+         [](H* h, std::uint8_t* rx, std::uint16_t n, std::uint16_t*) { return TarvixSDK_SpiTransfer(h, nullptr, 0, rx, n); }},
+        {"I2cRead", 0x0905, with({0, 0, 0}), 4, kNotReported,
+         [](H* h, std::uint8_t* out, std::uint16_t n, std::uint16_t*) {
+             return TarvixSDK_I2cRead(h, 0, 0x50, nullptr, 0, n, out, false);
+         }},
+        {"I3cSdrRead", 0x1908, with({0, 0, 8, 0}), 4, 8,
+         [](H* h, std::uint8_t* out, std::uint16_t n, std::uint16_t* reported) {
+             return TarvixSDK_I3cSdrRead(h, 8, nullptr, 0, n, out, reported, I3cTransferFlags::NONE);
+         }},
+        {"I3cLegacyI2CRead", 0x1908, with({0, 0, 8, 0}), 4, kNotReported,
+         [](H* h, std::uint8_t* out, std::uint16_t n, std::uint16_t*) {
+             return TarvixSDK_I3cLegacyI2CRead(h, 0x50, nullptr, 0, n, out, I3cTransferFlags::NONE);
+         }},
+        {"I3cHdrDdrRead", 0x1908, with({0, 0, 8, 0}), 4, 8,
+         [](H* h, std::uint8_t* out, std::uint16_t n, std::uint16_t* reported) {
+             return TarvixSDK_I3cHdrDdrRead(h, 8, 0x80, n, reported, out);
+         }},
+        {"I3cCccGETPID", 0x1909, cccAnswer(eight), 6, kNotReported,
+         [](H* h, std::uint8_t* out, std::uint16_t, std::uint16_t*) { return TarvixSDK_I3cCccGETPID(h, 8, out); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        answer(c.code, 0, c.payload);
+        const std::unique_ptr<std::uint8_t[]> buffer(new std::uint8_t[c.length]);
+        std::uint16_t reported = kNotReported;
+        ASSERT_EQ(c.read(h(), buffer.get(), c.length, &reported), kOk);
+        EXPECT_EQ(Bytes(buffer.get(), buffer.get() + c.length), Bytes(eight.begin(), eight.begin() + c.length));
+        EXPECT_EQ(reported, c.reported);
+    }
 }
 
 TEST_F(FlatConversions, RstactDirectNeedsAResetTimeOnlyForARead)

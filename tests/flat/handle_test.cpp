@@ -24,7 +24,8 @@ TEST(FlatFromC, ConstantsHoldTheValuesOfTheCppEnumerations)
         std::uint32_t(I3cOpenDrainTransferRate::RATE_400_KHZ), std::uint32_t(I2cTransferRate::RATE_1_MHZ),
         std::uint32_t(I3cDriveStrength::MAXIMUM), std::uint32_t(I3cTransferFlags::NACK_LAST_BYTE),
         std::uint32_t(I3cTransferDirection::READ), std::uint32_t(I3cTargetResetDefByte::RETURN_VIRTUAL_TARGET_INDICATION),
-        std::uint32_t(StatusCode::RESPONSE_TOO_SHORT)};
+        std::uint32_t(StatusCode::RESPONSE_TOO_SHORT), std::uint32_t(StatusCode::SYSTEM_ERROR),
+        std::uint32_t(ConnectError::SYSTEM_ERROR), std::uint32_t(ConnectError::BAD_SERIAL)};
     ASSERT_EQ(flat_c_enum_count, std::size(expected));
     for (std::size_t i = 0; i < flat_c_enum_count; ++i) {
         EXPECT_EQ(flat_c_enum_values[i], expected[i]) << "constant " << i;
@@ -49,6 +50,40 @@ TEST_F(FlatFromCSession, ConnectsReadsStringsLevelScanAndNotification)
     });
     answer(0x0906, 0, {0, 2, 0, 0x48, 0x50});
     EXPECT_EQ(flat_c_session("TVX-C", "Tarvix Instruments"), 0);
+}
+
+// A HID device that is no adapter, listed first, whose serial number is an unpaired surrogate.
+class FlatFromCBadSerial : public VirtualAdapterTest {
+protected:
+    tv::AdapterConfig adapterConfig() const override
+    {
+        tv::AdapterConfig config;
+        config.vendorId = 0x046D;
+        config.productId = 0xC077;
+        config.serialNumber = std::wstring(1, static_cast<wchar_t>(0xD800)) + L"1";
+        return config;
+    }
+};
+
+TEST_F(FlatFromCBadSerial, ConnectBySerialFailsWithTheReasonInsteadOfThrowing)
+{
+    tv::AdapterConfig good;
+    good.serialNumber = L"TVX-GOOD";
+    tv::attach(good);
+    EXPECT_EQ(flat_c_bad_serial("TVX-GOOD"), 0);
+}
+
+TEST(FlatStatusText, NamesAndSentencesAreStaticForLibraryAndAdapterCodes)
+{
+    EXPECT_STREQ(TarvixSDK_StatusName(StatusCode::RESPONSE_TOO_SHORT), "RESPONSE_TOO_SHORT");
+    EXPECT_STREQ(TarvixSDK_StatusName(StatusCode::SYSTEM_ERROR), "SYSTEM_ERROR");
+    EXPECT_EQ(TarvixSDK_StatusMessage(StatusCode::SYSTEM_ERROR), statusCodeMessage(StatusCode::SYSTEM_ERROR));
+    EXPECT_STREQ(TarvixSDK_StatusName(StatusCode(0x0102)), "DEVICE_STATUS");
+    const char* const adapterSentence = TarvixSDK_StatusMessage(StatusCode(0x0102));
+    EXPECT_GT(std::strlen(adapterSentence), 0u);
+    EXPECT_STREQ(TarvixSDK_StatusMessage(StatusCode(0xA001)), adapterSentence);
+    EXPECT_STRNE(TarvixSDK_StatusMessage(StatusCode::RESPONSE_TOO_SHORT), adapterSentence);
+    EXPECT_STREQ(connectErrorName(ConnectError::BAD_SERIAL), "BAD_SERIAL");
 }
 
 using FlatHandle = VirtualAdapterTest;
@@ -124,6 +159,63 @@ TEST_F(FlatBridge, NothingArrivesWithoutACallbackThenLengthIsKeptTo8BitsAndTheCo
         const auto copied = static_cast<std::ptrdiff_t>(std::min<std::size_t>(size, 256));
         EXPECT_TRUE(std::equal(frame.begin(), frame.begin() + copied, all.back().buffer.begin()));
     }
+}
+
+// The extended callback: the frame whole, with the caller's pointer, on the 1024-byte adapter
+// whose frames outgrow the plain callback's buffer.
+struct ReceivedEx {
+    NotificationKind kind;
+    Bytes frame;
+};
+
+void collectEx(const Notification* n, void* userData)
+{
+    static_cast<Inbox<ReceivedEx>*>(userData)->push({n->kind, Bytes(n->data, n->data + n->length)});
+}
+
+class FlatBridgeLargeReport : public FlatBridge {
+protected:
+    tv::AdapterConfig adapterConfig() const override
+    {
+        tv::AdapterConfig config;
+        config.productId = 0x82FD;
+        return config;
+    }
+    // Once a command has been answered, the reader has handled every notification sent before.
+    void roundTrip()
+    {
+        answer(0x1905, 0);
+        EXPECT_EQ(TarvixSDK_I3cResetBus(h()), StatusCode::SUCCESS);
+    }
+    Inbox<ReceivedEx> receivedEx_;
+};
+
+TEST_F(FlatBridgeLargeReport, ExCallbackGetsTheWholeFrameAndUserDataAndTakesTurnsWithThePlainOne)
+{
+    Bytes data(494);
+    for (std::size_t i = 0; i < data.size(); ++i) {
+        data[i] = static_cast<std::uint8_t>(i * 13 + 1);
+    }
+    const Bytes frame = tv::notificationFrame(0x1081, 0, data);
+    ASSERT_EQ(frame.size(), 500u);
+
+    TarvixSDK_onNotification(h(), collect);
+    TarvixSDK_onNotificationEx(h(), collectEx, &receivedEx_);
+    adapter().injectNotification(0x1081, 0, data);
+    const std::vector<ReceivedEx> whole = receivedEx_.waitFor(1);
+    ASSERT_EQ(whole.size(), 1u);
+    EXPECT_EQ(whole[0].kind, NotificationKind::UART_RX);
+    EXPECT_EQ(whole[0].frame, frame);
+
+    // Setting the plain callback again replaces the extended one; a null extended one stops both.
+    TarvixSDK_onNotification(h(), collect);
+    adapter().injectNotification(0x1481, 0, {3});
+    EXPECT_EQ(received_.waitFor(1).size(), 1u);
+    TarvixSDK_onNotificationEx(h(), nullptr, &receivedEx_);
+    adapter().injectNotification(0x1481, 0, {4});
+    roundTrip();
+    EXPECT_EQ(received_.waitFor(0).size(), 1u);
+    EXPECT_EQ(receivedEx_.waitFor(0).size(), 1u);
 }
 
 Notification record(NotificationKind kind, const Bytes& data)

@@ -76,23 +76,27 @@ TEST_F(I3cControllerSync, ControllerInit_SendsEachSettingAsItsLowByte)
 TEST_F(I3cControllerSync, GetDeviceTable_ReplacesTheTableWithTheWholeRecordsThatArrivedWhateverTheStatus)
 {
     const Bytes two = sampleRecords({0x05}, {0x08, 0x08}); // five announced
+    constexpr auto kTooShort = static_cast<std::uint16_t>(StatusCode::RESPONSE_TOO_SHORT);
     struct Case {
         const char* name;
         std::uint16_t status;
         Bytes payload;
         std::vector<std::uint8_t> seeds;
+        std::uint16_t result;
     } cases[] = {
-        {"two records", 0, sampleRecords({0x02}, {0x08, 0x40}), {0x08, 0x40}},
-        {"count zero", 0, {0x00}, {}},
-        {"count zero on device error", 0x0042, {0x00}, {}},
-        {"record on device error", 0x0042, sampleRecords({0x01}, {0x08}), {0x08}},
-        {"one and a half of five", 0, Bytes(two.begin(), two.end() - 8), {0x08}},
+        {"two records", 0, sampleRecords({0x02}, {0x08, 0x40}), {0x08, 0x40}, 0},
+        {"count zero", 0, {0x00}, {}, 0},
+        {"count zero on device error", 0x0042, {0x00}, {}, 0x0042},
+        {"record on device error", 0x0042, sampleRecords({0x01}, {0x08}), {0x08}, 0x0042},
+        // Fewer whole records than announced: what arrived, but never a success.
+        {"one and a half of five", 0, Bytes(two.begin(), two.end() - 8), {0x08}, kTooShort},
+        {"two of five on device error", 0x0042, two, {0x08, 0x08}, 0x0042},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         answer(kI3cGetDeviceTable, c.status, c.payload);
         std::vector<I3cTargetInfo> table(3, sampleTarget(1));
-        EXPECT_EQ(sdk().i3cGetDeviceTable(table), StatusCode(c.status));
+        EXPECT_EQ(sdk().i3cGetDeviceTable(table), StatusCode(c.result));
         ASSERT_EQ(table.size(), c.seeds.size());
         for (std::size_t i = 0; i < table.size(); ++i) {
             EXPECT_TRUE(sameTarget(table[i], sampleTarget(c.seeds[i]))) << "record " << i;

@@ -97,8 +97,12 @@ TEST_F(I3cTransfersSync, Reads_TakeAtMostCountBytesFromOffsetTenAndEmptyTheOutpu
         answer(kI3cPrivateTransfer, 0, {0xE0, 0xE1, 0x03, 0x00, 1, 2, 3, 0xEE});
         EXPECT_EQ(read(sdk(), data), StatusCode::SUCCESS);
         EXPECT_EQ(data, (Bytes{1, 2, 3}));
+        // A count beyond the bytes that arrived: those bytes, but the answer is too short.
         answer(kI3cPrivateTransfer, 0, {0xE0, 0xE1, 0xFF, 0xFF, 1, 2});
-        EXPECT_EQ(read(sdk(), data), StatusCode::SUCCESS);
+        EXPECT_EQ(read(sdk(), data), StatusCode::RESPONSE_TOO_SHORT);
+        EXPECT_EQ(data, (Bytes{1, 2}));
+        answer(kI3cPrivateTransfer, 0x0011, {0xE0, 0xE1, 0x05, 0x00, 1, 2});
+        EXPECT_EQ(read(sdk(), data), StatusCode(0x0011));
         EXPECT_EQ(data, (Bytes{1, 2}));
         answer(kI3cPrivateTransfer, 0x0011, {0xE0, 0xE1, 0x00, 0x00});
         EXPECT_EQ(read(sdk(), data), StatusCode(0x0011));
