@@ -161,4 +161,28 @@ typedef struct SessionOptions {
     bool exclusive;
 } SessionOptions;
 
+/** Which way a traced frame went. */
+#ifdef __cplusplus
+enum class TraceDirection : uint32_t {
+    OUT = 0, /**< a request frame, as handed to the transport (before segmentation) */
+    IN = 1   /**< a reassembled input frame: a response or a notification */
+};
+#else
+typedef uint32_t TraceDirection;
+#  define TraceDirection_OUT ((TraceDirection)0)
+#  define TraceDirection_IN ((TraceDirection)1)
+#endif
+
+/**
+ * One frame seen by the frame tap (TarvixAsyncSDK::onFrame, TarvixSDK::onFrame,
+ * TarvixSDK_onFrame). `data` is the whole frame (transaction id, code, then status or payload)
+ * and is valid only during the call.
+ */
+typedef struct TraceFrame {
+    TraceDirection direction;
+    uint64_t timestampNs; /**< monotonic clock (C++ steady_clock, CLOCK_MONOTONIC on Linux), ns */
+    const uint8_t* data;
+    size_t length;
+} TraceFrame;
+
 #endif /* TARVIXSDK_RECORDS_H */

@@ -180,6 +180,52 @@ typedef struct TarvixSDK_DeviceInfo {
     size_t usbString5Length;
 } TarvixSDK_DeviceInfo;
 
+/**
+ * One attached adapter as the HID enumeration reports it (TarvixSDK_ListAdapters). Texts are
+ * NUL-terminated UTF-8, cut (at a character boundary) to fit their arrays.
+ */
+typedef struct TarvixSDK_AdapterInfo {
+    char path[256];         /**< hidapi path, what TarvixSDK_Connect takes */
+    uint16_t vendorId;      /**< USB vendor ID */
+    uint16_t productId;     /**< USB product ID */
+    size_t reportSize;      /**< HID report payload: 64 or 1024 bytes */
+    bool hasSerialNumber;   /**< false when the device reports none */
+    char serialNumber[128]; /**< USB serial number ("" when none) */
+    char manufacturer[128]; /**< manufacturer string as enumeration reports it (may be empty) */
+    char product[128];      /**< product string as enumeration reports it (may be empty) */
+} TarvixSDK_AdapterInfo;
+
+/**
+ * Receives one traced frame (see TarvixSDK_onFrame) with the user data given there. The record
+ * and its data are valid only during the call.
+ */
+typedef void (*TarvixSDK_FrameCallback)(const TraceFrame* frame, void* userData);
+
+/* ------------------------------------------------------------------------------------------ */
+/** @name Adapters and traces (no handle needed, except for TarvixSDK_onFrame) */
+/** @{ */
+
+/**
+ * Lists the supported adapters attached now, opening none: fills up to `capacity` records and
+ * stores in `count` how many adapters there are (which may exceed `capacity`, as snprintf
+ * reports what it would have written). `records` may be null when `capacity` is 0, to count.
+ * Null `count`, or null `records` with a capacity: 0x8000. 0xC000 if memory ran out.
+ */
+TARVIX_API StatusCode TarvixSDK_ListAdapters(TarvixSDK_AdapterInfo* records, size_t capacity, size_t* count);
+/**
+ * Frame tap of the handle's session (TarvixSDK::onFrame): `callback` receives every request
+ * frame sent (on the calling thread) and every frame received (on the reader thread), with
+ * `userData`. Null stops it; a null handle does nothing. Callback and user data change together.
+ */
+TARVIX_API void TarvixSDK_onFrame(TarvixSDK_Handle* handle, TarvixSDK_FrameCallback callback, void* userData);
+/**
+ * describeFrame: writes one line of text for `frame` into `text` (always NUL-terminated when
+ * `capacity` > 0, cut to fit) and returns the length of the whole line, as snprintf does. Null
+ * `frame` gives 0.
+ */
+TARVIX_API size_t TarvixSDK_DescribeFrame(const TraceFrame* frame, char* text, size_t capacity);
+
+/** @} */
 /* ------------------------------------------------------------------------------------------ */
 /** @name Handle lifecycle */
 /** @{ */
@@ -198,8 +244,10 @@ TARVIX_API TarvixSDK_Handle* TarvixSDK_Create(int timeout);
  */
 TARVIX_API TarvixSDK_Handle* TarvixSDK_CreateWithOptions(int timeout, const SessionOptions* options);
 /**
- * Disconnects (joining the reader thread) and frees the handle; null does nothing. No
- * notification callback may be running, and the handle must not be used afterwards.
+ * Disconnects (joining the reader thread) and frees the handle; null does nothing. The handle
+ * must not be used afterwards. From another thread, no notification callback of the handle may
+ * be running. From inside the handle's own notification callback it is allowed: the handle is
+ * gone at once, and the reader thread closes the adapter and ends once the callback returns.
  */
 TARVIX_API void TarvixSDK_Destroy(TarvixSDK_Handle* handle);
 /**
@@ -227,6 +275,12 @@ TARVIX_API ConnectError TarvixSDK_LastConnectError(const TarvixSDK_Handle* handl
  * the next connect on it, or its destruction.
  */
 TARVIX_API const char* TarvixSDK_LastConnectErrorMessage(const TarvixSDK_Handle* handle);
+/**
+ * TarvixSDK::connectTo: connects to the adapter `selector` names: "serial:TVX-0001",
+ * "path:/dev/hidraw3", a decimal index into TarvixSDK_ListAdapters ("0" is the first), or
+ * "" / null for the first supported adapter. On false, TarvixSDK_LastConnectError says why.
+ */
+TARVIX_API bool TarvixSDK_ConnectTo(TarvixSDK_Handle* handle, const char* selector);
 /** TarvixSDK::disconnect. */
 TARVIX_API void TarvixSDK_Disconnect(TarvixSDK_Handle* handle);
 /** The library version, "1.3.0": a static string. Needs no handle. */
@@ -265,8 +319,10 @@ TARVIX_API void TarvixSDK_FreeDeviceInfo(TarvixSDK_DeviceInfo* info);
  * callback at a time); null stops delivery. The handle is not tested: it must be valid.
  * A notification arriving while the callback changes goes to the old one or the new one.
  *
- * The callback runs on the handle's reader thread. It must return quickly, must not call
- * blocking functions of the same handle, nor TarvixSDK_Disconnect or TarvixSDK_Destroy on it.
+ * The callback runs on the handle's reader thread. It must return quickly and must not call
+ * blocking functions of the same handle (their answer would have to come through the very
+ * thread that waits). TarvixSDK_Disconnect on the same handle is refused there and does
+ * nothing; TarvixSDK_Destroy is allowed (see there).
  *
  * The record it receives holds the kind and a copy of the whole frame in a 256-byte buffer of
  * the handle: `data` points at the buffer, `length` is the frame size kept to 8 bits. A frame of

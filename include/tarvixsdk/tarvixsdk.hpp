@@ -2,16 +2,35 @@
  * @file tarvixsdk.hpp
  * The whole C++ API of tarvixsdk: TarvixAsyncSDK (non-blocking) and TarvixSDK (blocking).
  *
- * Threads. Each connected session runs one reader thread that polls the device every 100 ms.
- * The onResponse handler of TarvixAsyncSDK and the onNotification handler of TarvixSDK run on
- * that thread. A handler must return quickly, must not call a blocking method of the same
- * object, and must not call disconnect() of the same object (that would join the reader from
- * itself and throws std::system_error with resource_deadlock_would_occur).
+ * Threads and lifetime (the contract).
+ * - Threads: the caller's thread(s) and, while connected, one reader thread per session that
+ *   polls the device every 100 ms. The onResponse handler of TarvixAsyncSDK and the
+ *   onNotification handler of TarvixSDK run on the reader thread, one frame at a time, in the
+ *   order the frames arrived; a handler that takes long delays every later frame.
+ * - States: Disconnected --connect--> Connected --disconnect--> Disconnected. With
+ *   SessionOptions::detectRemoval there is a third, Gone: the reader found the adapter
+ *   unplugged, woke any waiting call (NOT_CONNECTED) and ended; isConnected() is false, commands
+ *   return NOT_CONNECTED, and connect() closes the dead handle and opens afresh. Without it an
+ *   unplugged adapter leaves the session Connected until disconnect().
+ * - Calls that conflict: commands, connect, disconnect and destruction of one object must come
+ *   from one thread at a time (neither class locks against concurrent callers). The accessors
+ *   (isConnected, options, lastConnectError..., handlerExceptionCount, lastHandlerException,
+ *   droppedResponseCount) and onResponse/onNotification may be called from any thread,
+ *   also while frames arrive.
+ * - What a handler may do: read the frame (valid only during the call), replace the handlers,
+ *   use the accessors, and use other sessions. It must not call a blocking method of its own
+ *   session: the answer would have to come through the very thread that waits. disconnect() of
+ *   its own session is refused: it throws std::system_error (resource_deadlock_would_occur)
+ *   and changes nothing, the reader and the session go on working. Destroying its own session
+ *   (delete, or the end of a unique_ptr) is allowed: the object is gone for the caller at once,
+ *   and the reader thread closes the device, releases hidapi and ends once the handler returns.
+ * - An exception thrown by a handler ends that handler's frame only: the reader catches it,
+ *   counts it (handlerExceptionCount()) and keeps its text (lastHandlerException()).
  *
- * Concurrency. Neither class locks against concurrent callers: issue commands on one object
- * from one thread at a time (different objects are independent). One request is outstanding
- * at a time; responses are not matched to requests by transaction id (getUsbString excepted),
- * so a response that arrives after its call timed out completes the next call.
+ * Responses. One request is outstanding at a time. By default responses are not matched to
+ * requests by transaction id (getUsbString excepted), so a response that arrives after its call
+ * timed out completes the next call; SessionOptions::matchResponses makes every blocking call
+ * take only its own answer.
  *
  * Results. Every command returns a StatusCode. Blocking methods write their outputs as soon as a
  * response has arrived, before the device status is known: outputs are overwritten also when
@@ -75,19 +94,26 @@ public:
     /**
      * Opens the first supported adapter (catalogue VID/PID) whose hidapi path equals `path`, or
      * the first supported adapter at all when `path` is empty, and starts the reader thread.
-     * While connected, returns true and keeps the open device whatever `path` says.
+     * While connected, returns true and keeps the open device whatever `path` says (with
+     * detectRemoval, an adapter found gone is closed first and the connect starts afresh). On
+     * false, lastConnectError() says why.
      * @throws std::system_error (resource_unavailable_try_again) if the reader thread cannot start.
      */
     bool connect(const std::string& path = std::string());
     /**
      * As connect(), choosing the first supported adapter whose serial number, converted to UTF-8,
      * equals `serialNumber` byte for byte. Adapters without a serial number never match.
-     * @throws std::range_error ("bad conversion") if a listed serial number is not valid UTF-16/32.
+     * @throws std::range_error ("bad conversion") if a listed serial number is not valid UTF-16/32;
+     *         lastConnectError() is then ConnectError::BAD_SERIAL (the flat interface returns false).
      */
     bool connectWithSerialNumber(const std::string& serialNumber);
     /** Stops the reader (within about one 100 ms poll) and closes the device. Harmless when closed. */
     void disconnect();
-    /** True from a successful connect until disconnect(); it stays true after an unplug. */
+    /**
+     * True from a successful connect until disconnect(). It stays true after an unplug, unless
+     * the session was made with SessionOptions::detectRemoval (then false once the adapter is
+     * found gone).
+     */
     bool isConnected() const noexcept;
     /**
      * Replaces the handler of input frames. It may be replaced while connected, also from inside
@@ -96,6 +122,25 @@ public:
     void onResponse(ResponseHandler handler);
     /** The library version, "1.3.0". */
     static std::string getVersion();
+
+    /**
+     * Connects to the adapter that `selector` names: "serial:TVX-0001" (as
+     * connectWithSerialNumber), "path:/dev/hidraw3" (as connect), a decimal index into
+     * TarvixSDK::listAdapters() ("0" is the first), or "" for the first supported adapter.
+     * Anything else fails with ConnectError::NO_MATCH and a message saying what is accepted.
+     * Never throws for a serial that does not convert: that is ConnectError::BAD_SERIAL.
+     */
+    bool connectTo(const std::string& selector);
+    /** Receives traced frames; see onFrame(). */
+    using FrameTap = std::function<void(const TraceFrame&)>;
+    /**
+     * Frame tap, for traces: `tap` receives every request frame this session sends (on the
+     * calling thread, just before it is written) and every input frame it reassembles (on the
+     * reader thread, before the response handler), with a monotonic timestamp. Null removes it.
+     * It may be replaced at any time; it must be quick and must not call this session. The
+     * library itself writes no log.
+     */
+    void onFrame(FrameTap tap);
 
     /** The options this session was made with. */
     SessionOptions options() const noexcept;
@@ -283,6 +328,23 @@ public:
         std::string usbString4; /**< index 4: firmware version */
         std::string usbString5; /**< index 5: hardware version */
     };
+    /**
+     * One attached adapter as the HID enumeration reports it (listAdapters() opens nothing).
+     * Texts are UTF-8; a code point that does not convert is shown as U+FFFD.
+     */
+    struct AdapterInfo {
+        std::string path;             /**< hidapi path, e.g. /dev/hidraw3; what connect() takes */
+        std::uint16_t vendorId = 0;   /**< USB vendor ID */
+        std::uint16_t productId = 0;  /**< USB product ID */
+        std::size_t reportSize = 0;   /**< HID report payload: 64 (full speed) or 1024 (high speed) */
+        bool hasSerialNumber = false; /**< false when the device reports none */
+        std::string serialNumber;     /**< USB serial number */
+        std::string manufacturer;     /**< manufacturer string as enumeration reports it (may be empty) */
+        std::string product;          /**< product string as enumeration reports it (may be empty) */
+    };
+    /** Every supported adapter attached now, in the order connect() would try them. */
+    static std::vector<AdapterInfo> listAdapters();
+
     /** Handler of unsolicited frames; runs on the reader thread, see Notification for lifetimes. */
     using NotificationHandler = std::function<void(const Notification&)>;
 
@@ -311,6 +373,9 @@ public:
      */
     void onNotification(NotificationHandler handler);
 
+    bool connectTo(const std::string& selector);         /**< as TarvixAsyncSDK::connectTo */
+    /** As TarvixAsyncSDK::onFrame: every request sent and every frame received, for traces. */
+    void onFrame(TarvixAsyncSDK::FrameTap tap);
     SessionOptions options() const noexcept;             /**< as TarvixAsyncSDK::options */
     ConnectError lastConnectError() const;               /**< as TarvixAsyncSDK::lastConnectError */
     std::string lastConnectErrorMessage() const;         /**< as TarvixAsyncSDK::lastConnectErrorMessage */
@@ -482,5 +547,13 @@ private:
     friend class tarvix_detail::SyncSession;
     std::unique_ptr<tarvix_detail::SyncSession> session_;
 };
+
+/**
+ * One line of text for a traced frame: direction, command or notification name and code,
+ * transaction id, status name (input frames) and the payload's fields as the adapter lays them
+ * out, e.g. "OUT I2C_READ 0x0905 tid=5 bus=0 length=16 target=0x50 register=[00] flag=0".
+ * Unknown codes and short or over-long payloads are shown as hex, never read past `length`.
+ */
+TARVIX_API std::string describeFrame(const TraceFrame& frame);
 
 #endif // TARVIXSDK_TARVIXSDK_HPP

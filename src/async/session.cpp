@@ -1,5 +1,9 @@
 #include "session.hpp"
 
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+
 using tarvix_detail::AsyncSession;
 
 TarvixAsyncSDK::TarvixAsyncSDK() : session_(std::make_unique<AsyncSession>()) {}
@@ -56,3 +60,43 @@ std::uint64_t TarvixAsyncSDK::handlerExceptionCount() const noexcept
 }
 
 std::string TarvixAsyncSDK::lastHandlerException() const { return session_->link.transport().lastHandlerException(); }
+
+bool TarvixAsyncSDK::connectTo(const std::string& selector)
+{
+    tarvix_detail::HidTransport& transport = session_->link.transport();
+    const auto startsWith = [&selector](const char* prefix) { return selector.rfind(prefix, 0) == 0; };
+    if (selector.empty()) {
+        return connect();
+    }
+    if (startsWith("serial:")) {
+        try {
+            return connectWithSerialNumber(selector.substr(7));
+        } catch (const std::range_error&) {
+            return false; // the transport has said BAD_SERIAL
+        }
+    }
+    if (startsWith("path:") && selector.size() > 5) {
+        return connect(selector.substr(5));
+    }
+    const bool isIndex = selector.size() <= 6 && std::all_of(selector.begin(), selector.end(), [](char c) {
+        return std::isdigit(static_cast<unsigned char>(c)) != 0;
+    });
+    if (isIndex) {
+        const std::vector<tarvix_detail::ListedAdapter> adapters = tarvix_detail::listSupportedAdapters();
+        const std::size_t index = std::stoul(selector);
+        if (index < adapters.size()) {
+            return connect(adapters[index].path);
+        }
+        transport.reportConnectError(adapters.empty() ? ConnectError::NO_ADAPTER : ConnectError::NO_MATCH,
+                                     "no adapter with index " + selector + ": " + std::to_string(adapters.size()) +
+                                         " adapter" + (adapters.size() == 1 ? " is" : "s are") +
+                                         " attached, numbered from 0");
+        return false;
+    }
+    transport.reportConnectError(ConnectError::NO_MATCH, "unknown adapter selector \"" + selector +
+                                                             "\": use serial:SERIAL, path:PATH or an index from "
+                                                             "the adapter listing");
+    return false;
+}
+
+void TarvixAsyncSDK::onFrame(FrameTap tap) { session_->link.setFrameTap(std::move(tap)); }

@@ -4,11 +4,13 @@
 
 #include "../sync/status_text.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 using tarvix_flat::guard;
 
@@ -180,6 +182,12 @@ const char* TarvixSDK_LastConnectErrorMessage(const TarvixSDK_Handle* handle)
     return handle != nullptr ? handle->connectErrorMessage.c_str() : "";
 }
 
+bool TarvixSDK_ConnectTo(TarvixSDK_Handle* handle, const char* selector)
+{
+    return connectWith(handle,
+                       [&](TarvixSDK& sdk) { return sdk.connectTo(selector != nullptr ? std::string(selector) : std::string()); });
+}
+
 void TarvixSDK_Disconnect(TarvixSDK_Handle* handle)
 {
     if (handle != nullptr) {
@@ -296,4 +304,80 @@ const char* TarvixSDK_StatusMessage(StatusCode status)
 {
     const char* const sentence = tarvix_detail::libraryStatusSentence(status);
     return sentence != nullptr ? sentence : "the adapter reported an error status";
+}
+
+namespace {
+
+// Copies `text` into a fixed array, cut at a UTF-8 character boundary, always terminated.
+template <std::size_t N>
+void copyText(char (&out)[N], const std::string& text) noexcept
+{
+    std::size_t n = std::min(text.size(), N - 1);
+    while (n > 0 && n < text.size() && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80) {
+        --n; // do not split a multi-byte character
+    }
+    std::memcpy(out, text.data(), n);
+    out[n] = '\0';
+}
+
+} // namespace
+
+StatusCode TarvixSDK_ListAdapters(TarvixSDK_AdapterInfo* records, size_t capacity, size_t* count)
+{
+    if (count == nullptr || (records == nullptr && capacity > 0)) {
+        return StatusCode::INVALID_ARGUMENT;
+    }
+    return guard([&] {
+        const std::vector<TarvixSDK::AdapterInfo> adapters = TarvixSDK::listAdapters();
+        for (std::size_t i = 0; i < adapters.size() && i < capacity; ++i) {
+            const TarvixSDK::AdapterInfo& adapter = adapters[i];
+            TarvixSDK_AdapterInfo& record = records[i];
+            record = TarvixSDK_AdapterInfo{};
+            copyText(record.path, adapter.path);
+            record.vendorId = adapter.vendorId;
+            record.productId = adapter.productId;
+            record.reportSize = adapter.reportSize;
+            record.hasSerialNumber = adapter.hasSerialNumber;
+            copyText(record.serialNumber, adapter.serialNumber);
+            copyText(record.manufacturer, adapter.manufacturer);
+            copyText(record.product, adapter.product);
+        }
+        *count = adapters.size();
+        return StatusCode::SUCCESS;
+    });
+}
+
+void TarvixSDK_onFrame(TarvixSDK_Handle* handle, TarvixSDK_FrameCallback callback, void* userData)
+{
+    if (handle == nullptr) {
+        return;
+    }
+    guard([&] {
+        if (callback == nullptr) {
+            handle->sdk->onFrame(nullptr);
+        } else {
+            handle->sdk->onFrame([callback, userData](const TraceFrame& frame) { callback(&frame, userData); });
+        }
+    });
+}
+
+size_t TarvixSDK_DescribeFrame(const TraceFrame* frame, char* text, size_t capacity)
+{
+    if (frame == nullptr) {
+        if (text != nullptr && capacity > 0) {
+            text[0] = '\0';
+        }
+        return 0;
+    }
+    std::size_t length = 0;
+    guard([&] {
+        const std::string line = describeFrame(*frame);
+        length = line.size();
+        if (text != nullptr && capacity > 0) {
+            const std::size_t n = std::min(line.size(), capacity - 1);
+            std::memcpy(text, line.data(), n);
+            text[n] = '\0';
+        }
+    });
+    return length;
 }

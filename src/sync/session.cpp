@@ -127,3 +127,29 @@ std::uint64_t TarvixSDK::handlerExceptionCount() const noexcept { return session
 std::string TarvixSDK::lastHandlerException() const { return session_->async.lastHandlerException(); }
 
 std::uint64_t TarvixSDK::droppedResponseCount() const noexcept { return session_->droppedResponses(); }
+
+bool TarvixSDK::connectTo(const std::string& selector)
+{
+    session_->prepareConnect();
+    return session_->async.connectTo(selector);
+}
+
+void TarvixSDK::onFrame(TarvixAsyncSDK::FrameTap tap) { session_->async.onFrame(std::move(tap)); }
+
+std::vector<TarvixSDK::AdapterInfo> TarvixSDK::listAdapters()
+{
+    std::vector<AdapterInfo> adapters;
+    for (tarvix_detail::ListedAdapter& listed : tarvix_detail::listSupportedAdapters()) {
+        AdapterInfo info;
+        info.path = std::move(listed.path);
+        info.vendorId = listed.kind->vendorId;
+        info.productId = listed.kind->productId;
+        info.reportSize = listed.kind->reportSize;
+        info.hasSerialNumber = listed.hasSerial;
+        info.serialNumber = std::move(listed.serial);
+        info.manufacturer = std::move(listed.manufacturer);
+        info.product = std::move(listed.product);
+        adapters.push_back(std::move(info));
+    }
+    return adapters;
+}

@@ -157,6 +157,50 @@ std::string wideToUtf8(const wchar_t* text)
     return out;
 }
 
+namespace {
+
+std::string lossyUtf8(const wchar_t* text)
+{
+    std::string out;
+    if (text == nullptr) {
+        return out;
+    }
+    for (const wchar_t* p = text; *p != L'\0'; ++p) {
+        std::uint32_t cp = static_cast<std::uint32_t>(*p);
+        if (sizeof(wchar_t) == 2 && cp >= 0xD800 && cp <= 0xDBFF && p[1] >= 0xDC00 && p[1] <= 0xDFFF) {
+            cp = 0x10000 + ((cp - 0xD800) << 10) + (static_cast<std::uint32_t>(p[1]) - 0xDC00);
+            ++p;
+        } else if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+            cp = 0xFFFD;
+        }
+        appendUtf8(out, cp);
+    }
+    return out;
+}
+
+} // namespace
+
+std::vector<ListedAdapter> listSupportedAdapters()
+{
+    std::vector<ListedAdapter> adapters;
+    EnumerationGuard devices{hid_enumerate(0, 0)};
+    for (hid_device_info* entry = devices.list; entry != nullptr; entry = entry->next) {
+        const DeviceKind* kind = findDeviceKind(entry->vendor_id, entry->product_id);
+        if (kind == nullptr) {
+            continue;
+        }
+        ListedAdapter adapter;
+        adapter.path = entry->path != nullptr ? entry->path : "";
+        adapter.kind = kind;
+        adapter.hasSerial = entry->serial_number != nullptr;
+        adapter.serial = lossyUtf8(entry->serial_number);
+        adapter.manufacturer = lossyUtf8(entry->manufacturer_string);
+        adapter.product = lossyUtf8(entry->product_string);
+        adapters.push_back(std::move(adapter));
+    }
+    return adapters;
+}
+
 HidTransport::HidTransport()
 {
     // Every transport initialises hidapi and every destructor calls hid_exit; hidapi's own

@@ -27,6 +27,19 @@ struct ExclusiveClaim;
 // unpaired surrogate: a serial we cannot represent must not silently match another one.
 std::string wideToUtf8(const wchar_t* text);
 
+// One supported adapter as enumeration lists it; texts converted without failing (a code point
+// that does not convert becomes U+FFFD).
+struct ListedAdapter {
+    std::string path;
+    const DeviceKind* kind = nullptr;
+    bool hasSerial = false;
+    std::string serial;
+    std::string manufacturer;
+    std::string product;
+};
+// Every supported adapter attached now, in hidapi's order. Opens nothing.
+std::vector<ListedAdapter> listSupportedAdapters();
+
 // What the transport does beyond plain reading and writing; all off by default.
 struct TransportOptions {
     // Read errors persisting for kRemovalWindow (no report in between) mean the device is gone:
@@ -86,6 +99,8 @@ public:
         released_.store(true);
     }
 
+    // For a connect that fails before the transport is asked (e.g. a selector naming nothing).
+    void reportConnectError(ConnectError error, std::string message) { fail(error, std::move(message)); }
     ConnectError lastError() const;
     std::string lastErrorMessage() const;
     std::uint64_t handlerExceptionCount() const noexcept { return handlerExceptions_.load(); }

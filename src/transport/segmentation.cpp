@@ -1,8 +1,25 @@
 #include "segmentation.hpp"
 
 #include <algorithm>
+#include <chrono>
 
 namespace tarvix_detail {
+namespace {
+
+void trace(const std::shared_ptr<const FrameLink::FrameTap>& tap, TraceDirection direction,
+           const std::vector<std::uint8_t>& frame)
+{
+    TraceFrame record{};
+    record.direction = direction;
+    record.timestampNs = static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+            .count());
+    record.data = frame.data();
+    record.length = frame.size();
+    (*tap)(record);
+}
+
+} // namespace
 
 void ReportSegmenter::segment(const std::uint8_t* frame, std::size_t size,
                               std::vector<std::vector<std::uint8_t>>& out) const
@@ -82,6 +99,9 @@ void FrameLink::send(const std::vector<std::uint8_t>& frame)
     if (!segmenter_) {
         return;
     }
+    if (const std::shared_ptr<const FrameTap> tap = std::atomic_load(&tap_)) {
+        trace(tap, TraceDirection::OUT, frame);
+    }
     segmenter_->segment(frame.data(), frame.size(), segments_);
     for (const std::vector<std::uint8_t>& segment : segments_) {
         transport_.write(segment.data(), segment.size());
@@ -97,10 +117,22 @@ void FrameLink::setResponseHandler(FrameHandler handler)
     std::atomic_store(&handler_, std::move(next));
 }
 
+void FrameLink::setFrameTap(FrameTap tap)
+{
+    std::shared_ptr<const FrameTap> next;
+    if (tap) {
+        next = std::make_shared<const FrameTap>(std::move(tap));
+    }
+    std::atomic_store(&tap_, std::move(next));
+}
+
 void FrameLink::onReport(const std::uint8_t* report, std::size_t size)
 {
     if (!reassembler_.accept(report, size)) {
         return;
+    }
+    if (const std::shared_ptr<const FrameTap> tap = std::atomic_load(&tap_)) {
+        trace(tap, TraceDirection::IN, reassembler_.frame());
     }
     // A local hold: the handler may replace itself while it runs.
     const std::shared_ptr<const FrameHandler> handler = std::atomic_load(&handler_);

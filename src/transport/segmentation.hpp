@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <tarvixsdk/records.h>
+
 #include "hid_transport.hpp"
 
 namespace tarvix_detail {
@@ -57,6 +59,7 @@ private:
 class FrameLink {
 public:
     using FrameHandler = std::function<void(const std::vector<std::uint8_t>&)>;
+    using FrameTap = std::function<void(const TraceFrame&)>;
 
     FrameLink();
     ~FrameLink();
@@ -71,6 +74,9 @@ public:
     void send(const std::vector<std::uint8_t>& frame);
     // May be called while frames arrive: the frame being delivered finishes with the old one.
     void setResponseHandler(FrameHandler handler);
+    // Sees every frame sent (caller's thread) and reassembled (reader thread); may be replaced
+    // at any time.
+    void setFrameTap(FrameTap tap);
 
     HidTransport& transport() noexcept { return transport_; }
     const HidTransport& transport() const noexcept { return transport_; }
@@ -84,6 +90,7 @@ private:
     HidTransport transport_;
     // Swapped atomically so that it may be replaced while the reader runs it.
     std::shared_ptr<const FrameHandler> handler_;
+    std::shared_ptr<const FrameTap> tap_;
 };
 
 } // namespace tarvix_detail

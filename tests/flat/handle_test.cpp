@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 
 using namespace tarvix_test;
 
@@ -216,6 +217,45 @@ TEST_F(FlatBridgeLargeReport, ExCallbackGetsTheWholeFrameAndUserDataAndTakesTurn
     roundTrip();
     EXPECT_EQ(received_.waitFor(0).size(), 1u);
     EXPECT_EQ(receivedEx_.waitFor(0).size(), 1u);
+}
+
+// What the callback below does with its handle, and what it saw.
+struct SelfCallback {
+    TarvixSDK_Handle* handle;
+    bool destroy;
+    Inbox<int> calls;
+};
+
+void disconnectOrDestroySelf(const Notification*, void* userData)
+{
+    auto* self = static_cast<SelfCallback*>(userData);
+    if (self->destroy) {
+        TarvixSDK_Destroy(self->handle);
+    } else {
+        TarvixSDK_Disconnect(self->handle); // refused on the reader thread: no effect
+    }
+    self->calls.push(0);
+}
+
+using FlatLifecycle = VirtualAdapterTest;
+
+TEST_F(FlatLifecycle, ACallbackMayNotDisconnectItsHandleButMayDestroyIt)
+{
+    SelfCallback self{TarvixSDK_Create(kTimeoutMs), false, {}};
+    ASSERT_TRUE(TarvixSDK_Connect(self.handle, nullptr));
+    TarvixSDK_onNotificationEx(self.handle, disconnectOrDestroySelf, &self);
+    adapter().injectNotification(0x1481, 0, {0});
+    ASSERT_EQ(self.calls.waitFor(1).size(), 1u);
+    std::uint16_t voltage = 0;
+    EXPECT_EQ(TarvixSDK_I2cGetBusVoltage(self.handle, &voltage), StatusCode::SUCCESS);
+
+    self.destroy = true; // written before the notification that reads it is sent
+    adapter().injectNotification(0x1481, 0, {0});
+    ASSERT_EQ(self.calls.waitFor(2).size(), 2u);
+    for (int i = 0; i < 500 && adapter().openHandles() != 0; ++i) {
+        std::this_thread::sleep_for(10ms);
+    }
+    EXPECT_EQ(adapter().openHandles(), 0u);
 }
 
 Notification record(NotificationKind kind, const Bytes& data)

@@ -5,7 +5,7 @@
 # text functions or a flat TarvixSDK_ function.
 set -euo pipefail
 library=$1
-allowed='^(_ZN[K]?14TarvixAsyncSDK|_ZN[K]?9TarvixSDK|_ZNK12Notification|_Z14statusCodeName|_Z16connectErrorName|_Z17statusCodeMessage|TarvixSDK_)'
+allowed='^(_ZN[K]?14TarvixAsyncSDK|_ZN[K]?9TarvixSDK|_ZNK12Notification|_Z14statusCodeName|_Z16connectErrorName|_Z13describeFrame|_Z17statusCodeMessage|TarvixSDK_)'
 stdlib='^(_ZN?K?St|_ZNKSt|_ZNSt|_ZSt|_ZT[VISH]St|_ZT[VISH]N9__gnu_cxx|_ZN9__gnu_cxx|_ZNK9__gnu_cxx|_ZGVZ|_ZT[VISH]NSt|_ZZN?K?St)'
 symbols=$(nm -D --defined-only "$library" | awk '{print $3}' | grep -v -E '^(_init|_fini|_edata|_end|__bss_start)$' || true)
 bad=$(printf '%s\n' "$symbols" | grep -v -E "$allowed" | grep -v -E "$stdlib" | grep -v '^$' || true)
