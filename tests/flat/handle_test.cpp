@@ -258,6 +258,50 @@ TEST_F(FlatLifecycle, ACallbackMayNotDisconnectItsHandleButMayDestroyIt)
     EXPECT_EQ(adapter().openHandles(), 0u);
 }
 
+void collectLine(const TraceFrame* frame, void* userData)
+{
+    char text[160];
+    const std::size_t length = TarvixSDK_DescribeFrame(frame, text, sizeof text);
+    EXPECT_EQ(std::strlen(text), std::min(length, sizeof text - 1));
+    static_cast<Inbox<std::string>*>(userData)->push(text);
+}
+
+TEST_F(FlatLifecycle, ListsAdaptersChoosesOneBySelectorAndTracesItsFrames)
+{
+    tv::AdapterConfig config;
+    config.serialNumber = L"TVX-0002";
+    tv::attach(config);
+
+    std::size_t count = 99;
+    EXPECT_EQ(TarvixSDK_ListAdapters(nullptr, 0, &count), StatusCode::SUCCESS); // counting only
+    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(TarvixSDK_ListAdapters(nullptr, 1, &count), StatusCode::INVALID_ARGUMENT);
+    TarvixSDK_AdapterInfo records[1];
+    EXPECT_EQ(TarvixSDK_ListAdapters(records, 1, &count), StatusCode::SUCCESS);
+    EXPECT_EQ(count, 2u); // more than fitted
+    EXPECT_STREQ(records[0].path, adapter().path().c_str());
+    EXPECT_EQ(records[0].reportSize, 64u);
+
+    TarvixSDK_Handle* handle = TarvixSDK_Create(kTimeoutMs);
+    EXPECT_FALSE(TarvixSDK_ConnectTo(handle, "7"));
+    EXPECT_EQ(TarvixSDK_LastConnectError(handle), ConnectError::NO_MATCH);
+    Inbox<std::string> lines;
+    TarvixSDK_onFrame(handle, collectLine, &lines);
+    ASSERT_TRUE(TarvixSDK_ConnectTo(handle, "serial:TVX-0002"));
+    EXPECT_EQ(TarvixSDK_UartDeinit(handle), StatusCode::SUCCESS);
+    const std::vector<std::string> seen = lines.waitFor(2);
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[0], "OUT UART_DEINIT 0x1001 tid=1");
+    EXPECT_EQ(seen[1], "IN UART_DEINIT 0x1001 tid=1 status=SUCCESS");
+    TarvixSDK_Destroy(handle);
+
+    char tiny[4];
+    const Bytes frame{1, 0, 0x01, 0x10};
+    const TraceFrame traced{TraceDirection::OUT, 0, frame.data(), frame.size()};
+    EXPECT_EQ(TarvixSDK_DescribeFrame(&traced, tiny, sizeof tiny), std::string("OUT UART_DEINIT 0x1001 tid=1").size());
+    EXPECT_STREQ(tiny, "OUT");
+}
+
 Notification record(NotificationKind kind, const Bytes& data)
 {
     Notification n{};

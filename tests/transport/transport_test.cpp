@@ -110,6 +110,46 @@ TEST_F(AdapterChoice, ConnectWithSerialNumber_ThrowsWhenItMeetsAnUnconvertibleSe
     EXPECT_EQ(behind.openHandles(), 0u);
 }
 
+TEST_F(AdapterChoice, ListingShowsSupportedAdaptersOnlyAndSelectorsChooseAmongThem)
+{
+    tv::attach(adapterAt("hid/0", 0x1234, 0x82FC, L"KEYBOARD"));
+    tv::VirtualAdapter first = tv::attach(adapterAt("hid/1", 0x1FC9, 0x82FC, L"TVX-1"));
+    tv::VirtualAdapter second = tv::attach(adapterAt("hid/2", 0x1FC9, 0x82FD, std::wstring(1, static_cast<wchar_t>(0xD800))));
+
+    const std::vector<TarvixSDK::AdapterInfo> adapters = TarvixSDK::listAdapters();
+    ASSERT_EQ(adapters.size(), 2u);
+    EXPECT_EQ(adapters[0].path, "hid/1");
+    EXPECT_EQ(adapters[0].serialNumber, "TVX-1");
+    EXPECT_EQ(adapters[0].reportSize, 64u);
+    EXPECT_EQ(adapters[0].product, "Tarvix USB Protocol Adapter");
+    EXPECT_EQ(adapters[1].productId, 0x82FD);
+    EXPECT_EQ(adapters[1].reportSize, 1024u);
+    EXPECT_TRUE(adapters[1].hasSerialNumber);
+    EXPECT_EQ(adapters[1].serialNumber, "\xEF\xBF\xBD"); // U+FFFD: listing never throws
+    EXPECT_EQ(tv::counters().openHandles, 0u);
+
+    TarvixSDK sdk(1000);
+    const struct {
+        const char* selector;
+        bool connects;
+        ConnectError error;
+        std::size_t firstHandles;
+    } cases[] = {
+        {"1", true, ConnectError::NONE, 0},          {"path:hid/1", true, ConnectError::NONE, 1},
+        {"serial:TVX-1", true, ConnectError::NONE, 1}, {"serial:TVX-9", false, ConnectError::BAD_SERIAL, 0},
+        {"2", false, ConnectError::NO_MATCH, 0},     {"usb:3", false, ConnectError::NO_MATCH, 0},
+        {"", true, ConnectError::NONE, 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.selector);
+        EXPECT_EQ(sdk.connectTo(c.selector), c.connects);
+        EXPECT_EQ(sdk.lastConnectError(), c.error);
+        EXPECT_EQ(first.openHandles(), c.firstHandles);
+        sdk.disconnect();
+    }
+    EXPECT_EQ(second.openHandles(), 0u);
+}
+
 TEST_F(AdapterChoice, EverySessionInitialisesHidapiAndEveryDestructorReleasesIt)
 {
     tv::attach();
