@@ -53,7 +53,7 @@ void DeviceCore::handleRequest(std::unique_lock<std::mutex>& lock) {
         const Script script = std::move(scripts_.front());
         scripts_.pop_front();
         if (script.items.empty() || takeDrop()) return;
-        const auto ready = Clock::now() + delay_;
+        const auto ready = answerReadyTime(reassembly_);
         for (const Bytes& item : script.items) {
             if (script.raw)
                 sink_.deliver(item.data(), item.size(), ready);
@@ -74,13 +74,13 @@ void DeviceCore::handleRequest(std::unique_lock<std::mutex>& lock) {
         const std::vector<Bytes> frames = (*responder)(request);
         lock.lock();
         if (frames.empty() || takeDrop()) return;
-        const auto ready = Clock::now() + delay_;
+        const auto ready = answerReadyTime(request);
         for (const Bytes& frame : frames) emitFrame(frame, ready);
         return;
     }
 
     const bool answered = firmware_.answer(reassembly_.data(), reassembly_.size(), response_, notifications_);
-    const auto ready = Clock::now() + delay_;
+    const auto ready = answerReadyTime(reassembly_);
     if (answered && !takeDrop()) emitFrame(response_, ready);
     // What the command set off on the bus (an interrupt, looped-back bytes)
     // follows its answer.
@@ -166,6 +166,18 @@ void DeviceCore::sendReport(const Bytes& report) {
 void DeviceCore::setResponseDelay(std::chrono::milliseconds delay) {
     std::lock_guard<std::mutex> lock(mutex_);
     delay_ = std::max(delay, std::chrono::milliseconds(0));
+}
+
+void DeviceCore::setResponseLatency(LatencyFunction latency) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    latency_ = std::move(latency);
+}
+
+Clock::time_point DeviceCore::answerReadyTime(const Bytes& request) {
+    if (!latency_) return Clock::now() + delay_;
+    const Clock::time_point ready = std::max(Clock::now() + latency_(request), lastReady_);
+    lastReady_ = ready;
+    return ready;
 }
 
 void DeviceCore::dropNextResponses(std::size_t count) {

@@ -63,6 +63,7 @@ public:
     void sendFrame(const Bytes& frame);
     void sendReport(const Bytes& report);
     void setResponseDelay(std::chrono::milliseconds delay);
+    void setResponseLatency(LatencyFunction latency);
     void dropNextResponses(std::size_t count);
 
     // Runs @p f on the firmware's state under the core's lock: the control API
@@ -117,7 +118,12 @@ private:
     std::unordered_map<std::uint16_t, std::shared_ptr<const Responder>> responders_;
     std::deque<Script> scripts_;
     Clock::duration delay_{};
+    LatencyFunction latency_;       // per request, instead of delay_, when set
+    Clock::time_point lastReady_{}; // answers leave in request order
     std::size_t dropCount_ = 0;
+
+    // When the answer to `request` is ready.
+    Clock::time_point answerReadyTime(const Bytes& request);
 };
 
 }  // namespace tarvix_virtual::detail

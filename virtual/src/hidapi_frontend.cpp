@@ -200,6 +200,7 @@ int hid_write(hid_device* dev, const unsigned char* data, size_t length) {
         }
         if (!dev->adapter->core.receiveOutputReport(data, length))
             return dev->fail(L"a write must be one output report: report ID 0 and report size bytes");
+        if (dev->adapter->unplugDue()) dev->adapter->unplug();
         return static_cast<int>(length);
     });
     return result == -2 ? dev->fail(L"write failed") : result;

@@ -43,6 +43,15 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     std::atomic<bool> writeFails{false};
     std::atomic<bool> openFails{false};
     std::atomic<int> openError{0}; // errno of a failing open, 0 for none
+    std::atomic<std::size_t> unplugAfter{0}; // output reports until the cable goes; 0: never
+
+    // Counts one output report down to an unplug set by unplugAfterReports(); true at the last.
+    bool unplugDue() {
+        std::size_t left = unplugAfter.load();
+        while (left != 0 && !unplugAfter.compare_exchange_weak(left, left - 1)) {
+        }
+        return left == 1;
+    }
     std::atomic<std::size_t> openHandles{0};
 
     // A new input queue for a handle, or null when unplugged or failing on purpose.

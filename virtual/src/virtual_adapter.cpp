@@ -47,11 +47,13 @@ void VirtualAdapter::injectNotification(std::uint16_t code, std::uint16_t status
     impl_->core.sendFrame(notificationFrame(code, status, payload));
 }
 void VirtualAdapter::setResponseDelay(std::chrono::milliseconds delay) { impl_->core.setResponseDelay(delay); }
+void VirtualAdapter::setResponseLatency(LatencyFunction latency) { impl_->core.setResponseLatency(std::move(latency)); }
 void VirtualAdapter::dropNextResponses(std::size_t count) { impl_->core.dropNextResponses(count); }
 
 void VirtualAdapter::setWriteFails(bool on) { impl_->writeFails = on; }
 void VirtualAdapter::setOpenFails(bool on) { impl_->openFails = on; }
 void VirtualAdapter::setOpenError(int error) { impl_->openError = error; }
+void VirtualAdapter::unplugAfterReports(std::size_t count) { impl_->unplugAfter = count; }
 std::size_t VirtualAdapter::openHandles() const { return impl_->openHandles.load(); }
 bool VirtualAdapter::waitForBlockedReaders(std::size_t count, std::chrono::milliseconds timeout) const {
     return impl_->readers.waitFor(count, timeout);

@@ -145,6 +145,8 @@ struct WrittenReport {
 
 /// Computes a response frame's answer to a request frame; see VirtualAdapter::setResponder.
 using Responder = std::function<std::vector<Bytes>(const Bytes& request)>;
+/// How long the adapter takes to answer one request; see VirtualAdapter::setResponseLatency.
+using LatencyFunction = std::function<std::chrono::microseconds(const Bytes& request)>;
 
 /**
  * Handle to one attached virtual adapter. Cheap to copy; all copies control
@@ -165,6 +167,10 @@ public:
     /// hid_read_timeout and hid_write on every handle opened before return -1
     /// at once; blocked readers wake. Those handles stay dead after replug().
     void unplug();
+    /// Unplugs the adapter as soon as @p count more output reports have arrived (the last one
+    /// is taken in, the ones after it fail): the cable pulled in the middle of a long request.
+    /// 0 cancels.
+    void unplugAfterReports(std::size_t count);
     /// Plugs it back in (a power cycle: half-received requests and the firmware's
     /// settings are forgotten; responders, scripts and the bench stay). Also brings
     /// back an adapter that left for its boot mode or is restarting after a reset
@@ -220,6 +226,12 @@ public:
     /// are read in order of the time they become ready, so a notification sent
     /// meanwhile overtakes a delayed answer.
     void setResponseDelay(std::chrono::milliseconds delay);
+    /// Like setResponseDelay(), but per request: @p latency (called with the request frame, under
+    /// the adapter's lock, so it must not use this adapter's control API) says how long after
+    /// the request its answer is ready. As a real adapter handles requests one at a time, an
+    /// answer is never ready before the answer to an earlier request. An empty function goes
+    /// back to the fixed delay.
+    void setResponseLatency(LatencyFunction latency);
     /// Swallows the answers to the next @p count requests that would be answered.
     void dropNextResponses(std::size_t count);
     /// @}
