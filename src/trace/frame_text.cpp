@@ -384,26 +384,21 @@ std::string describeFrame(const TraceFrame& frame)
     }
     line += std::string(" ") + (command != nullptr ? command->name : "UNKNOWN") + " " + hex(code, 4) + " tid=" +
             std::to_string(transactionId);
-    if (out) {
-        Fields fields(data, length, 4, line);
-        if (command != nullptr) {
-            command->request(fields);
-        } else {
-            fields.bytes("payload");
+    std::size_t payload = 4;
+    if (!out) {
+        if (length < 6) {
+            line += " (frame ends before the status)";
+            return line;
         }
-        fields.finish();
-        return line;
+        const auto status = static_cast<StatusCode>(u16At(data, 4));
+        const char* name = statusCodeName(status);
+        line += std::string(" status=") + (std::string(name) == "DEVICE_STATUS" ? hex(u16At(data, 4), 4) : name);
+        payload = 6;
     }
-    if (length < 6) {
-        line += " (frame ends before the status)";
-        return line;
-    }
-    const auto status = static_cast<StatusCode>(u16At(data, 4));
-    const char* name = statusCodeName(status);
-    line += std::string(" status=") + (std::string(name) == "DEVICE_STATUS" ? hex(u16At(data, 4), 4) : name);
-    Fields fields(data, length, 6, line);
-    if (command != nullptr) {
-        command->response(fields);
+    Fields fields(data, length, payload, line);
+    const Describe fieldsOf = command == nullptr ? nullptr : out ? command->request : command->response;
+    if (fieldsOf != nullptr) {
+        fieldsOf(fields);
     } else {
         fields.bytes("payload");
     }
