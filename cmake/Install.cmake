@@ -24,3 +24,17 @@ install(FILES
 
 configure_file(cmake/tarvixsdk.pc.in ${CMAKE_CURRENT_BINARY_DIR}/tarvixsdk.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tarvixsdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The udev rule that lets users other than root open the adapters (see README, "Permissions on
+# Linux"). udev reads /usr/lib/udev/rules.d and /etc/udev/rules.d, not /usr/local: packagers
+# install to the default under /usr; others point TARVIX_UDEV_RULES_DIR at /etc/udev/rules.d.
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  set(TARVIX_UDEV_RULES_DIR "lib/udev/rules.d" CACHE STRING
+    "Where cmake --install puts 70-tarvix.rules (relative paths are under the install prefix)")
+  install(FILES udev/70-tarvix.rules DESTINATION ${TARVIX_UDEV_RULES_DIR})
+endif()
+
+# The examples' sources with their CMakeLists.txt, which builds them against the installed
+# package: cmake -S <prefix>/share/doc/tarvixsdk/examples -B build -DCMAKE_PREFIX_PATH=<prefix>
+install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
+  PATTERN "__pycache__" EXCLUDE)

@@ -1,25 +1,16 @@
 /* The flat C interface in one program: lists the adapters, connects to one, prints its USB
  * strings, sets up I2C port 0 and scans it, and waits up to one second for a notification.
  *
- *   tour_c                 the first adapter found
- *   tour_c --serial S      the adapter with serial number S
- *   tour_c --path P        the adapter at hidapi path P
+ *   tour_c [SELECTOR]      SELECTOR: serial:SERIAL, path:PATH or an index from the listing
+ *                          (default: the first adapter)
  */
 #define _POSIX_C_SOURCE 200809L
 
-#include <hidapi/hidapi.h>
 #include <tarvixsdk/tarvixsdk.h>
 
 #include <stdatomic.h>
 #include <stdio.h>
-#include <string.h>
 #include <time.h>
-
-/* The flat interface opens adapters but does not list them; hidapi does. These are the USB IDs
- * of the two adapter builds (64-byte and 1024-byte reports). */
-#define TARVIX_VENDOR_ID 0x1FC9
-#define TARVIX_PRODUCT_ID_FULL_SPEED 0x82FC
-#define TARVIX_PRODUCT_ID_HIGH_SPEED 0x82FD
 
 /* The callback has no context pointer: what it learns goes into these, read by main. */
 static atomic_int notificationArrived;
@@ -44,15 +35,15 @@ static void onNotification(const Notification* notification)
 
 static void listAdapters(void)
 {
-    struct hid_device_info* devices = hid_enumerate(0, 0);
-    int count = 0;
-    for (const struct hid_device_info* d = devices; d != NULL; d = d->next) {
-        if (d->vendor_id == TARVIX_VENDOR_ID &&
-            (d->product_id == TARVIX_PRODUCT_ID_FULL_SPEED || d->product_id == TARVIX_PRODUCT_ID_HIGH_SPEED)) {
-            printf("adapter %d: %s (serial %ls)\n", ++count, d->path, d->serial_number != NULL ? d->serial_number : L"-");
-        }
+    TarvixSDK_AdapterInfo adapters[8];
+    size_t count = 0;
+    if (TarvixSDK_ListAdapters(adapters, sizeof adapters / sizeof adapters[0], &count) != StatusCode_SUCCESS) {
+        count = 0;
     }
-    hid_free_enumeration(devices);
+    for (size_t i = 0; i < count && i < sizeof adapters / sizeof adapters[0]; ++i) {
+        printf("adapter %zu: %s (serial %s)\n", i, adapters[i].path,
+               adapters[i].hasSerialNumber ? adapters[i].serialNumber : "-");
+    }
     if (count == 0) {
         printf("no adapters listed\n");
     }
@@ -73,7 +64,7 @@ static void scanI2c(TarvixSDK_Handle* sdk)
         status = TarvixSDK_I2cScanBus(sdk, addresses, sizeof addresses, &oneByte, &twoByte, 0, false);
     }
     if (status != StatusCode_SUCCESS) {
-        printf("I2C scan failed: status 0x%04X\n", (unsigned)status);
+        printf("I2C scan failed: %s (0x%04x)\n", TarvixSDK_StatusName(status), (unsigned)status);
         return;
     }
     printf("I2C port 0:");
@@ -101,24 +92,24 @@ static void waitForNotification(int milliseconds)
 
 int main(int argc, char** argv)
 {
-    const char* path = NULL;
-    const char* serial = NULL;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        if (strcmp(argv[i], "--serial") == 0) {
-            serial = argv[i + 1];
-        } else if (strcmp(argv[i], "--path") == 0) {
-            path = argv[i + 1];
-        }
+    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
+        fprintf(stderr, "usage: tour_c [serial:SERIAL | path:PATH | INDEX]\n");
+        return 2;
     }
-
     printf("tarvixsdk %s\n", TarvixSDK_GetVersion());
     listAdapters();
 
-    TarvixSDK_Handle* sdk = TarvixSDK_Create(1000); /* give up on a call after one second */
-    TarvixSDK_onNotification(sdk, onNotification);  /* before connecting: no notification is missed */
-    const bool connected = serial != NULL ? TarvixSDK_ConnectWithSerialNumber(sdk, serial) : TarvixSDK_Connect(sdk, path);
-    if (!connected) {
-        fprintf(stderr, "no Tarvix adapter found\n");
+    /* A call takes only its own answer, an unplugged adapter fails the call at once, no other
+     * session may use the adapter meanwhile, and a call gives up after one second. */
+    const SessionOptions options = {.matchResponses = true, .detectRemoval = true, .exclusive = true};
+    TarvixSDK_Handle* sdk = TarvixSDK_CreateWithOptions(1000, &options);
+    if (sdk == NULL) {
+        fprintf(stderr, "tour: out of memory\n");
+        return 1;
+    }
+    TarvixSDK_onNotification(sdk, onNotification); /* before connecting: no notification is missed */
+    if (!TarvixSDK_ConnectTo(sdk, argc == 2 ? argv[1] : NULL)) {
+        fprintf(stderr, "tour: %s\n", TarvixSDK_LastConnectErrorMessage(sdk));
         TarvixSDK_Destroy(sdk);
         return 1;
     }
@@ -126,7 +117,8 @@ int main(int argc, char** argv)
     TarvixSDK_DeviceInfo info;
     const StatusCode status = TarvixSDK_GetDeviceInfo(sdk, &info);
     if (status != StatusCode_SUCCESS) {
-        fprintf(stderr, "reading the USB strings failed: status 0x%04X\n", (unsigned)status);
+        fprintf(stderr, "tour: reading the USB strings failed: %s (0x%04x)\n", TarvixSDK_StatusName(status),
+                (unsigned)status);
         TarvixSDK_Destroy(sdk);
         return 1;
     }

@@ -2,6 +2,8 @@
 // temperature sensor, a SPI flash and the UART. It expects a bench wired like this:
 //   GPIO 0 -> GPIO 1, I2C bus 0: EEPROM at 0x50 and temperature sensor at 0x48,
 //   SPI chip select 0: a NOR flash, UART TX looped back to RX.
+//
+//   tour [SELECTOR]    SELECTOR: serial:SERIAL, path:PATH or an index from `list`
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <chrono>
@@ -18,7 +20,7 @@ bool check(const char* step, StatusCode status)
     if (status == StatusCode::SUCCESS) {
         return true;
     }
-    std::fprintf(stderr, "%s failed: %s (%s)\n", step, statusCodeName(status), statusCodeMessage(status).c_str());
+    std::fprintf(stderr, "tour: %s failed: %s (%s)\n", step, statusCodeName(status), statusCodeMessage(status).c_str());
     return false;
 }
 
@@ -32,10 +34,19 @@ struct Events {
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-    TarvixSDK sdk(1000);
+    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
+        std::fprintf(stderr, "usage: tour [serial:SERIAL | path:PATH | INDEX]\n");
+        return 2;
+    }
+    SessionOptions options{};
+    options.matchResponses = true;
+    options.detectRemoval = true;
+    options.exclusive = true;
+    // Declared before the session, so that it outlives the reader thread that fills it.
     Events events;
+    TarvixSDK sdk(1000, options);
     sdk.onNotification([&events](const Notification& n) {
         std::lock_guard<std::mutex> lock(events.mutex);
         if (n.gpio() != nullptr) {
@@ -45,8 +56,8 @@ int main()
         }
         events.changed.notify_all();
     });
-    if (!sdk.connect()) {
-        std::fprintf(stderr, "no Tarvix adapter found\n");
+    if (!sdk.connectTo(argc == 2 ? argv[1] : "")) {
+        std::fprintf(stderr, "tour: %s\n", sdk.lastConnectErrorMessage().c_str());
         return 1;
     }
 
