@@ -28,7 +28,7 @@ std::string hex(std::uint32_t value, int digits)
 class Fields {
 public:
     Fields(const std::uint8_t* data, std::size_t length, std::size_t offset, std::string& line)
-        : data_(data), length_(length), offset_(offset), line_(line)
+        : data_(data), length_(length), offset_(offset), line_(line), truncated_(offset > length)
     {
     }
 
@@ -168,7 +168,7 @@ private:
     std::size_t length_;
     std::size_t offset_;
     std::string& line_;
-    bool truncated_ = false;
+    bool truncated_; // a field was missing (or the payload starts past the end)
     std::uint32_t last_ = 0;
 };
 
