@@ -2,7 +2,7 @@
 # Installs the Debian packages tarvixsdk needs to build, test and benchmark, if any is missing.
 set -euo pipefail
 
-packages=(build-essential cmake pkg-config libhidapi-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils)
+packages=(build-essential cmake pkg-config libhidapi-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils libcli11-dev nlohmann-json3-dev)
 
 missing=()
 for pkg in "${packages[@]}"; do

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Runs every test in three builds: a normal one, one under AddressSanitizer and
-# UndefinedBehaviorSanitizer, and one under ThreadSanitizer. Any failure or sanitizer report
-# fails the run.
-#   scripts/test.sh            all three builds
-#   scripts/test.sh normal     only the named builds (normal, asan, tsan)
+# UndefinedBehaviorSanitizer, and one under ThreadSanitizer; then a short run of each fuzz
+# harness (clang, libFuzzer). Any failure or sanitizer report fails the run.
+#   scripts/test.sh            all of them
+#   scripts/test.sh normal     only the named builds (normal, asan, tsan, fuzz)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,7 +11,7 @@ scripts/install-deps.sh
 
 builds=("$@")
 if [ ${#builds[@]} -eq 0 ]; then
-  builds=(normal asan tsan)
+  builds=(normal asan tsan fuzz)
 fi
 jobs=$(nproc)
 
@@ -28,6 +28,10 @@ run_build() {
         -DCMAKE_EXE_LINKER_FLAGS="$flags" -DCMAKE_SHARED_LINKER_FLAGS="$flags" $extra
   cmake --build "$dir" -j"$jobs"
   (cd "$dir" && ctest --output-on-failure -j"$jobs" --timeout 300)
+  # A short soak run keeps the soak program honest: no answer lost or misattributed.
+  if [ -x "$dir/bench/soak" ]; then
+    "$dir/bench/soak" --calls 3000 --adapters 1,8 --timeout 50
+  fi
 }
 
 for build in "${builds[@]}"; do
@@ -35,7 +39,8 @@ for build in "${builds[@]}"; do
     normal) run_build normal "" "" ;;
     asan) run_build asan "-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer" "-DTARVIX_BUILD_BENCHMARKS=OFF" ;;
     tsan) run_build tsan "-fsanitize=thread -fno-omit-frame-pointer" "-DTARVIX_BUILD_BENCHMARKS=OFF" ;;
-    *) echo "unknown build: $build (normal, asan, tsan)" >&2; exit 2 ;;
+    fuzz) echo "== fuzz smoke run"; scripts/fuzz.sh 15 ;;
+    *) echo "unknown build: $build (normal, asan, tsan, fuzz)" >&2; exit 2 ;;
   esac
 done
 echo "== all test builds passed: ${builds[*]}"

@@ -19,3 +19,12 @@ flags=$(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs tarvixsdk)
 c++ -std=c++17 "$here/consumer/main.cpp" -o "$work/pc-consumer" $flags
 LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/pc-consumer"
 echo "installed package consumed through CMake and pkg-config"
+
+# The tool, when it was built: it runs from the prefix and finds the virtual adapter installed
+# beside it (../lib*/), and its bash completion is in place.
+if [ -x "$work/prefix/bin/tarvix" ]; then
+  test -f "$work/prefix/share/bash-completion/completions/tarvix"
+  LD_LIBRARY_PATH="$(dirname "$libdir")" TARVIX_VIRTUAL_ADAPTERS=TVX-0001 \
+    "$work/prefix/bin/tarvix" --virtual list | grep -q '^0  .*TVX-0001'
+  echo "installed tarvix runs against the installed virtual adapter"
+fi
