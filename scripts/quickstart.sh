@@ -19,3 +19,9 @@ build/examples/device_info
 echo
 echo "== examples/tour against a virtual adapter"
 build/examples/tour
+echo
+echo "== the tarvix tool against the same virtual adapter"
+unset LD_PRELOAD
+build/tools/tarvix/tarvix --virtual list
+build/tools/tarvix/tarvix --virtual i2c scan
+build/tools/tarvix/tarvix --virtual --trace info
