@@ -1,5 +1,6 @@
-/*
- * tarvixsdk: the plain records that the C++ classes and the flat C functions share.
+/**
+ * @file records.h
+ * The plain records that the C++ classes and the flat C functions share.
  *
  * One definition serves both languages, so a pointer handed across the flat interface points
  * at the very same type. Everything here is standard layout; in C++ the Notification record
@@ -11,15 +12,20 @@
 #include <stddef.h>
 #include <stdint.h>
 #ifndef __cplusplus
-#  include <stdbool.h>
+#include <stdbool.h>
 #endif
 
 #include "export.h"
 
+/**
+ * @def TARVIX_MUTABLE
+ * The view slots of Notification are a cache that the const accessors fill: mutable in C++,
+ * plain fields in C, with one layout. The macro is undefined again at the end of this header.
+ */
 #ifdef __cplusplus
-#  define TARVIX_MUTABLE mutable
+#define TARVIX_MUTABLE mutable
 #else
-#  define TARVIX_MUTABLE
+#define TARVIX_MUTABLE
 #endif
 
 /**
@@ -36,16 +42,16 @@ enum class NotificationKind : uint32_t {
 };
 #else
 typedef uint32_t NotificationKind;
-#  define NotificationKind_I3C_HOT_JOIN ((NotificationKind)0)
-#  define NotificationKind_I3C_IBI ((NotificationKind)1)
-#  define NotificationKind_GPIO_INTERRUPT ((NotificationKind)2)
-#  define NotificationKind_UART_RX ((NotificationKind)3)
-#  define NotificationKind_UNKNOWN ((NotificationKind)4)
+#define NotificationKind_I3C_HOT_JOIN ((NotificationKind)0)
+#define NotificationKind_I3C_IBI ((NotificationKind)1)
+#define NotificationKind_GPIO_INTERRUPT ((NotificationKind)2)
+#define NotificationKind_UART_RX ((NotificationKind)3)
+#define NotificationKind_UNKNOWN ((NotificationKind)4)
 #endif
 
 /** GPIO interrupt: the pin that fired (frame byte 6, a GpioPinNumber value). */
 typedef struct GpioInterruptNotification {
-    uint8_t pinNumber;
+    uint8_t pinNumber; /**< frame byte 6: the GpioPinNumber value of the pin that fired */
 } GpioInterruptNotification;
 
 /** I3C in-band interrupt. `payload` points into the notification's frame. */
@@ -82,23 +88,30 @@ typedef struct Notification {
     size_t length;         /**< size of the whole frame in bytes */
 
     /* Cache slots of the typed views below, zeroed when the record is built. */
-    TARVIX_MUTABLE I3cHotJoinNotification hotJoinView;
-    TARVIX_MUTABLE I3cIbiNotification ibiView;
-    TARVIX_MUTABLE GpioInterruptNotification gpioView;
-    TARVIX_MUTABLE UartRxNotification uartRxView;
+    TARVIX_MUTABLE I3cHotJoinNotification hotJoinView; /**< slot of i3cHotJoin(); read it through the view */
+    TARVIX_MUTABLE I3cIbiNotification ibiView;         /**< slot of i3cIbi(); read it through the view */
+    TARVIX_MUTABLE GpioInterruptNotification gpioView; /**< slot of gpio(); read it through the view */
+    TARVIX_MUTABLE UartRxNotification uartRxView;      /**< slot of uartRx(); read it through the view */
 
 #ifdef __cplusplus
     /**
-     * The typed views. Each returns null unless the kind matches and the frame is long enough
+     * @name Typed views
+     * Each returns null unless the kind matches and the frame is long enough
      * (GPIO 7 bytes, IBI 8, hot-join 15, UART 8). On success it fills its slot in this record
      * and returns a pointer to it. Declared lengths inside the frame (`payloadLength`,
      * `dataLength`) are cut to the bytes that actually arrived, so a view never points past the
      * frame.
+     * @{
      */
+    /** The GPIO interrupt view: kind GPIO_INTERRUPT, at least 7 bytes. */
     TARVIX_API const GpioInterruptNotification* gpio() const noexcept;
+    /** The I3C IBI view: kind I3C_IBI, at least 8 bytes. */
     TARVIX_API const I3cIbiNotification* i3cIbi() const noexcept;
+    /** The I3C hot-join view: kind I3C_HOT_JOIN, at least 15 bytes. */
     TARVIX_API const I3cHotJoinNotification* i3cHotJoin() const noexcept;
+    /** The UART received-bytes view: kind UART_RX, at least 8 bytes. */
     TARVIX_API const UartRxNotification* uartRx() const noexcept;
+    /** @} */
 #endif
 } Notification;
 
@@ -169,8 +182,8 @@ enum class TraceDirection : uint32_t {
 };
 #else
 typedef uint32_t TraceDirection;
-#  define TraceDirection_OUT ((TraceDirection)0)
-#  define TraceDirection_IN ((TraceDirection)1)
+#define TraceDirection_OUT ((TraceDirection)0)
+#define TraceDirection_IN ((TraceDirection)1)
 #endif
 
 /**
@@ -179,10 +192,12 @@ typedef uint32_t TraceDirection;
  * and is valid only during the call.
  */
 typedef struct TraceFrame {
-    TraceDirection direction;
-    uint64_t timestampNs; /**< monotonic clock (C++ steady_clock, CLOCK_MONOTONIC on Linux), ns */
-    const uint8_t* data;
-    size_t length;
+    TraceDirection direction; /**< request sent (OUT) or frame received (IN) */
+    uint64_t timestampNs;     /**< monotonic clock (C++ steady_clock, CLOCK_MONOTONIC on Linux), ns */
+    const uint8_t* data;      /**< byte 0 of the frame (transaction id low byte) */
+    size_t length;            /**< size of the frame in bytes */
 } TraceFrame;
+
+#undef TARVIX_MUTABLE
 
 #endif /* TARVIXSDK_RECORDS_H */

@@ -1,7 +1,7 @@
 // GPIO pins: configuration, level, interrupts. Every argument is one byte, the enumerator's
 // value cut to 8 bits; which pins and modes exist is the firmware's business, so nothing is
 // checked here and the adapter answers unknown values with its own status.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 using namespace tarvix_detail;
@@ -13,7 +13,8 @@ StatusCode TarvixAsyncSDK::gpioConfigurePin(TransactionId transactionId, GpioPin
                           [&](FrameBuilder& f) { f.e8(pinNumber).e8(functionality).e8(logicLevel); });
 }
 
-StatusCode TarvixAsyncSDK::gpioDigitalWrite(TransactionId transactionId, GpioPinNumber pinNumber, GpioLogicLevel logicLevel)
+StatusCode TarvixAsyncSDK::gpioDigitalWrite(TransactionId transactionId, GpioPinNumber pinNumber,
+                                            GpioLogicLevel logicLevel)
 {
     return session_->send(transactionId, cmd::kGpioDigitalWrite, true,
                           [&](FrameBuilder& f) { f.e8(pinNumber).e8(logicLevel); });

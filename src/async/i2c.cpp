@@ -1,6 +1,6 @@
 // I2C controller: port set-up, pull-ups, write, read and bus scan. Every command starts with the
 // port index; only the blocking scan checks it, the adapter judges the rest.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 #include <cstddef>
@@ -8,9 +8,6 @@
 using namespace tarvix_detail;
 
 namespace {
-
-// The register address field is four bytes plus a length byte.
-constexpr std::size_t kMaxRegisterAddress = 4;
 
 // Init and set-parameters carry the same fields; only the command code tells them apart.
 StatusCode sendControllerSettings(AsyncSession& session, TransactionId transactionId, std::uint16_t code,
@@ -39,7 +36,7 @@ void transferHeader(FrameBuilder& f, std::uint8_t bus, std::uint16_t count, std:
     f.u8(bus)
         .u16(count)
         .u8(targetAddress)
-        .u8(static_cast<std::uint8_t>(registerAddress.size()))
+        .u8(lowByte(registerAddress.size()))
         .u32(foldRegisterAddress(registerAddress))
         .flag(flag);
 }
@@ -60,7 +57,8 @@ StatusCode TarvixAsyncSDK::i2cSetParameters(TransactionId transactionId, std::ui
 
 StatusCode TarvixAsyncSDK::i2cSetPullUpResistors(TransactionId transactionId, std::uint8_t bus, std::uint8_t pullUp)
 {
-    return session_->send(transactionId, cmd::kI2cSetPullUpResistors, true, [&](FrameBuilder& f) { f.u8(bus).u8(pullUp); });
+    return session_->send(transactionId, cmd::kI2cSetPullUpResistors, true,
+                          [&](FrameBuilder& f) { f.u8(bus).u8(pullUp); });
 }
 
 // The count is data.size() cut to 16 bits while every byte is appended; what an oversized
@@ -69,7 +67,7 @@ StatusCode TarvixAsyncSDK::i2cWrite(TransactionId transactionId, std::uint8_t bu
                                     const std::vector<std::uint8_t>& registerAddress,
                                     const std::vector<std::uint8_t>& data, bool flag)
 {
-    return session_->send(transactionId, cmd::kI2cWrite, registerAddress.size() <= kMaxRegisterAddress,
+    return session_->send(transactionId, cmd::kI2cWrite, registerAddress.size() <= kMaxRegisterAddressBytes,
                           [&](FrameBuilder& f) {
                               transferHeader(f, bus, count16(data.size()), targetAddress, registerAddress, flag);
                               f.bytes(data);
@@ -79,8 +77,9 @@ StatusCode TarvixAsyncSDK::i2cWrite(TransactionId transactionId, std::uint8_t bu
 StatusCode TarvixAsyncSDK::i2cRead(TransactionId transactionId, std::uint8_t bus, std::uint8_t targetAddress,
                                    const std::vector<std::uint8_t>& registerAddress, std::uint16_t length, bool flag)
 {
-    return session_->send(transactionId, cmd::kI2cRead, registerAddress.size() <= kMaxRegisterAddress,
-                          [&](FrameBuilder& f) { transferHeader(f, bus, length, targetAddress, registerAddress, flag); });
+    return session_->send(
+        transactionId, cmd::kI2cRead, registerAddress.size() <= kMaxRegisterAddressBytes,
+        [&](FrameBuilder& f) { transferHeader(f, bus, length, targetAddress, registerAddress, flag); });
 }
 
 StatusCode TarvixAsyncSDK::i2cScanBus(TransactionId transactionId, std::uint8_t bus, bool flag)

@@ -1,6 +1,6 @@
 // I3C controller: clock and drive settings, bus bring-up with the expected targets, bus reset,
 // the adapter's target table, one target's configuration byte, and the two bus patterns.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 using namespace tarvix_detail;
@@ -60,7 +60,7 @@ StatusCode TarvixAsyncSDK::i3cSetParameters(TransactionId transactionId, std::ui
 StatusCode TarvixAsyncSDK::i3cInitBus(TransactionId transactionId, std::vector<I3cTargetInfo> targets)
 {
     return session_->send(transactionId, cmd::kI3cInitBus, true, [&](FrameBuilder& f) {
-        f.u8(static_cast<std::uint8_t>(targets.size() & 0xFF));
+        f.u8(lowByte(targets.size()));
         for (const I3cTargetInfo& target : targets) {
             appendTarget(f, target);
         }

@@ -8,7 +8,7 @@
 // SDR and legacy I2C frames address a register of up to four bytes; HDR-DDR frames carry an HDR
 // command byte instead and have no register field at all, so their length sits four bytes
 // earlier. The two layouts are kept in two encoders on purpose.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 #include <cstddef>
@@ -17,14 +17,12 @@ using namespace tarvix_detail;
 
 namespace {
 
-constexpr std::size_t kRegisterFieldSize = 4;
-
 std::uint8_t modeByte(I3cTransferFlags flags, I3cTransferMode mode, I3cTransferDirection direction) noexcept
 {
     // Flags above 31 lose their upper bits: the byte has five bits for them.
     const auto value = static_cast<std::uint32_t>(flags) * 8u | static_cast<std::uint32_t>(mode) * 2u |
                        static_cast<std::uint32_t>(direction);
-    return static_cast<std::uint8_t>(value & 0xFF);
+    return lowByte(value);
 }
 
 // SDR and legacy I2C. The register bytes go in vector order, padded with zeros to the four-byte
@@ -36,14 +34,14 @@ StatusCode sendRegisterTransfer(AsyncSession& session, TransactionId transaction
                                 const std::vector<std::uint8_t>& registerAddress, std::uint16_t lengthField,
                                 const std::vector<std::uint8_t>& data)
 {
-    return session.send(transactionId, cmd::kI3cPrivateTransfer, registerAddress.size() <= kRegisterFieldSize,
+    return session.send(transactionId, cmd::kI3cPrivateTransfer, registerAddress.size() <= kMaxRegisterAddressBytes,
                         [&](FrameBuilder& f) {
                             f.u8(targetAddress)
                                 .u8(modeByte(flags, mode, direction))
                                 .u8(0x00) // no HDR command in SDR or legacy I2C
-                                .u8(static_cast<std::uint8_t>(registerAddress.size()))
+                                .u8(lowByte(registerAddress.size()))
                                 .bytes(registerAddress)
-                                .zeros(kRegisterFieldSize - registerAddress.size())
+                                .zeros(kMaxRegisterAddressBytes - registerAddress.size())
                                 .u16(lengthField)
                                 .bytes(data);
                         });
@@ -99,15 +97,14 @@ StatusCode TarvixAsyncSDK::i3cLegacyI2cWrite(TransactionId transactionId, std::u
                                 I3cTransferDirection::WRITE, flags, registerAddress, count16(data.size()), data);
 }
 
-StatusCode TarvixAsyncSDK::i3cHdrDdrRead(TransactionId transactionId, std::uint8_t targetAddress,
-                                         std::uint8_t command, std::uint16_t length)
+StatusCode TarvixAsyncSDK::i3cHdrDdrRead(TransactionId transactionId, std::uint8_t targetAddress, std::uint8_t command,
+                                         std::uint16_t length)
 {
-    return sendHdrDdrTransfer(*session_, transactionId, targetAddress, I3cTransferDirection::READ, command, length,
-                              {});
+    return sendHdrDdrTransfer(*session_, transactionId, targetAddress, I3cTransferDirection::READ, command, length, {});
 }
 
-StatusCode TarvixAsyncSDK::i3cHdrDdrWrite(TransactionId transactionId, std::uint8_t targetAddress,
-                                          std::uint8_t command, const std::vector<std::uint8_t>& data)
+StatusCode TarvixAsyncSDK::i3cHdrDdrWrite(TransactionId transactionId, std::uint8_t targetAddress, std::uint8_t command,
+                                          const std::vector<std::uint8_t>& data)
 {
     return sendHdrDdrTransfer(*session_, transactionId, targetAddress, I3cTransferDirection::WRITE, command,
                               count16(data.size()), data);

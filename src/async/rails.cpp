@@ -1,6 +1,6 @@
 // Supply rails: the rail shared by I2C, SPI, UART and GPIO, the I3C rail, and the analog
 // read-back of both. Voltages travel as u16 in the adapter's own unit, never scaled or checked.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 using namespace tarvix_detail;
@@ -15,12 +15,14 @@ StatusCode TarvixAsyncSDK::getAnalogMeasurements(TransactionId transactionId)
 // accident of the API.
 StatusCode TarvixAsyncSDK::setI2cSpiUartGpioVoltage(TransactionId transactionId, std::uint16_t voltage, bool flag)
 {
-    return session_->send(transactionId, cmd::kSetSharedVoltage, true, [&](FrameBuilder& f) { f.u16(voltage).flag(flag); });
+    return session_->send(transactionId, cmd::kSetSharedVoltage, true,
+                          [&](FrameBuilder& f) { f.u16(voltage).flag(flag); });
 }
 
 StatusCode TarvixAsyncSDK::useExternalI2cSpiUartGpioVoltage(TransactionId transactionId, bool useExternal)
 {
-    return session_->send(transactionId, cmd::kUseExternalSharedVoltage, true, [&](FrameBuilder& f) { f.flag(useExternal); });
+    return session_->send(transactionId, cmd::kUseExternalSharedVoltage, true,
+                          [&](FrameBuilder& f) { f.flag(useExternal); });
 }
 
 // The I3C rail has no counterpart of the shared rail's extra flag byte.
@@ -31,5 +33,6 @@ StatusCode TarvixAsyncSDK::i3cSetBusVoltage(TransactionId transactionId, std::ui
 
 StatusCode TarvixAsyncSDK::i3cUseExternalVoltage(TransactionId transactionId, bool useExternal)
 {
-    return session_->send(transactionId, cmd::kUseExternalI3cVoltage, true, [&](FrameBuilder& f) { f.flag(useExternal); });
+    return session_->send(transactionId, cmd::kUseExternalI3cVoltage, true,
+                          [&](FrameBuilder& f) { f.flag(useExternal); });
 }

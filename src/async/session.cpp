@@ -42,24 +42,45 @@ void TarvixAsyncSDK::disconnect()
     session_->connected = false;
 }
 
-bool TarvixAsyncSDK::isConnected() const noexcept { return session_->live(); }
+bool TarvixAsyncSDK::isConnected() const noexcept
+{
+    return session_->live();
+}
 
-void TarvixAsyncSDK::onResponse(ResponseHandler handler) { session_->link.setResponseHandler(std::move(handler)); }
+void TarvixAsyncSDK::onResponse(ResponseHandler handler)
+{
+    session_->link.setResponseHandler(std::move(handler));
+}
 
-std::string TarvixAsyncSDK::getVersion() { return TARVIXSDK_VERSION_STR; }
+std::string TarvixAsyncSDK::getVersion()
+{
+    return TARVIXSDK_VERSION_STR;
+}
 
-SessionOptions TarvixAsyncSDK::options() const noexcept { return session_->options; }
+SessionOptions TarvixAsyncSDK::options() const noexcept
+{
+    return session_->options;
+}
 
-ConnectError TarvixAsyncSDK::lastConnectError() const { return session_->link.transport().lastError(); }
+ConnectError TarvixAsyncSDK::lastConnectError() const
+{
+    return session_->link.transport().lastError();
+}
 
-std::string TarvixAsyncSDK::lastConnectErrorMessage() const { return session_->link.transport().lastErrorMessage(); }
+std::string TarvixAsyncSDK::lastConnectErrorMessage() const
+{
+    return session_->link.transport().lastErrorMessage();
+}
 
 std::uint64_t TarvixAsyncSDK::handlerExceptionCount() const noexcept
 {
     return session_->link.transport().handlerExceptionCount();
 }
 
-std::string TarvixAsyncSDK::lastHandlerException() const { return session_->link.transport().lastHandlerException(); }
+std::string TarvixAsyncSDK::lastHandlerException() const
+{
+    return session_->link.transport().lastHandlerException();
+}
 
 bool TarvixAsyncSDK::connectTo(const std::string& selector)
 {
@@ -79,8 +100,8 @@ bool TarvixAsyncSDK::connectTo(const std::string& selector)
         return connect(selector.substr(5));
     }
     const bool isIndex = selector.size() <= 6 && std::all_of(selector.begin(), selector.end(), [](char c) {
-        return std::isdigit(static_cast<unsigned char>(c)) != 0;
-    });
+                             return std::isdigit(static_cast<unsigned char>(c)) != 0;
+                         });
     if (isIndex) {
         const std::vector<tarvix_detail::ListedAdapter> adapters = tarvix_detail::listSupportedAdapters();
         const std::size_t index = std::stoul(selector);
@@ -99,4 +120,7 @@ bool TarvixAsyncSDK::connectTo(const std::string& selector)
     return false;
 }
 
-void TarvixAsyncSDK::onFrame(FrameTap tap) { session_->link.setFrameTap(std::move(tap)); }
+void TarvixAsyncSDK::onFrame(FrameTap tap)
+{
+    session_->link.setFrameTap(std::move(tap));
+}

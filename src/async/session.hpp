@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "../transport/segmentation.hpp"
-#include "frame_builder.hpp"
+#include "../protocol/frame_builder.hpp"
 
 namespace tarvix_detail {
 

@@ -1,6 +1,6 @@
 // SPI controller: set-up and full-duplex transfers. The five settings are enumerations sent as
 // their low byte, the frequency a u32 in the adapter's unit; none is checked here.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 using namespace tarvix_detail;

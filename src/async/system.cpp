@@ -1,5 +1,5 @@
 // System commands: reset, boot mode, USB strings.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 using namespace tarvix_detail;

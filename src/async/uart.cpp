@@ -1,7 +1,7 @@
 // UART port: open, reconfigure, close, send. Received bytes are not asked for; they arrive as
 // unsolicited 0x1081 frames. The settings are enumerations sent as their low byte; the baud rate
 // in particular is an index into the adapter's list of rates, not bits per second.
-#include "command_codes.hpp"
+#include "../protocol/codes.hpp"
 #include "session.hpp"
 
 using namespace tarvix_detail;

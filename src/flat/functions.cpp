@@ -4,6 +4,8 @@
 // layer becomes StatusCode::SYSTEM_ERROR instead of unwinding into the C caller.
 #include "handle.hpp"
 
+#include "../protocol/layout.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -58,31 +60,6 @@ StatusCode TarvixSDK_I3cHdrExitPattern(H* h) { return forward(h, &S::i3cHdrExitP
 StatusCode TarvixSDK_I3cTargetResetPattern(H* h) { return forward(h, &S::i3cTargetResetPattern); }
 StatusCode TarvixSDK_I3cSetTargetDeviceConfiguration(H* h, uint8_t address, uint8_t configuration) { return forward(h, &S::i3cSetTargetDeviceConfiguration, address, I3cTargetConfiguration{configuration}); }
 
-// -- I3C CCCs ---------------------------------------------------------------------------------------
-StatusCode TarvixSDK_I3cCccENECBroadcast(H* h, uint8_t events) { return forward(h, &S::i3cCccENECBroadcast, events); }
-StatusCode TarvixSDK_I3cCccDISECBroadcast(H* h, uint8_t events) { return forward(h, &S::i3cCccDISECBroadcast, events); }
-StatusCode TarvixSDK_I3cCccENTAS0Broadcast(H* h) { return forward(h, &S::i3cCccENTAS0Broadcast); }
-StatusCode TarvixSDK_I3cCccENTAS1Broadcast(H* h) { return forward(h, &S::i3cCccENTAS1Broadcast); }
-StatusCode TarvixSDK_I3cCccENTAS2Broadcast(H* h) { return forward(h, &S::i3cCccENTAS2Broadcast); }
-StatusCode TarvixSDK_I3cCccENTAS3Broadcast(H* h) { return forward(h, &S::i3cCccENTAS3Broadcast); }
-StatusCode TarvixSDK_I3cCccRSTDAA(H* h) { return forward(h, &S::i3cCccRSTDAA); }
-StatusCode TarvixSDK_I3cCccENTDAA(H* h) { return forward(h, &S::i3cCccENTDAA); }
-StatusCode TarvixSDK_I3cCccSETMWLBroadcast(H* h, uint16_t maxWriteLength) { return forward(h, &S::i3cCccSETMWLBroadcast, maxWriteLength); }
-StatusCode TarvixSDK_I3cCccRSTGRPABroadcast(H* h) { return forward(h, &S::i3cCccRSTGRPABroadcast); }
-StatusCode TarvixSDK_I3cCccENECDirect(H* h, uint8_t address, uint8_t events) { return forward(h, &S::i3cCccENECDirect, address, events); }
-StatusCode TarvixSDK_I3cCccDISECDirect(H* h, uint8_t address, uint8_t events) { return forward(h, &S::i3cCccDISECDirect, address, events); }
-StatusCode TarvixSDK_I3cCccENTAS0Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS0Direct, address); }
-StatusCode TarvixSDK_I3cCccENTAS1Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS1Direct, address); }
-StatusCode TarvixSDK_I3cCccENTAS2Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS2Direct, address); }
-StatusCode TarvixSDK_I3cCccENTAS3Direct(H* h, uint8_t address) { return forward(h, &S::i3cCccENTAS3Direct, address); }
-StatusCode TarvixSDK_I3cCccSETDASA(H* h, uint8_t staticAddress, uint8_t dynamicAddress) { return forward(h, &S::i3cCccSETDASA, staticAddress, dynamicAddress); }
-StatusCode TarvixSDK_I3cCccSETNEWDA(H* h, uint8_t address, uint8_t newDynamicAddress) { return forward(h, &S::i3cCccSETNEWDA, address, newDynamicAddress); }
-StatusCode TarvixSDK_I3cCccSETMWLDirect(H* h, uint8_t address, uint16_t maxWriteLength) { return forward(h, &S::i3cCccSETMWLDirect, address, maxWriteLength); }
-StatusCode TarvixSDK_I3cCccSETGRPADirect(H* h, uint8_t address, uint8_t groupAddress) { return forward(h, &S::i3cCccSETGRPADirect, address, groupAddress); }
-StatusCode TarvixSDK_I3cCccRSTGRPADirect(H* h, uint8_t address) { return forward(h, &S::i3cCccRSTGRPADirect, address); }
-StatusCode TarvixSDK_I3cCccGETMWL(H* h, uint8_t address, uint16_t* maxWriteLength) { return forward(h, &S::i3cCccGETMWL, address, required(maxWriteLength)); }
-StatusCode TarvixSDK_I3cCccGETBCR(H* h, uint8_t address, uint8_t* bcr) { return forward(h, &S::i3cCccGETBCR, address, required(bcr)); }
-StatusCode TarvixSDK_I3cCccGETDCR(H* h, uint8_t address, uint8_t* dcr) { return forward(h, &S::i3cCccGETDCR, address, required(dcr)); }
 // clang-format on
 
 // -- Conversions --------------------------------------------------------------------------------------
@@ -91,8 +68,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// The register address field of the transfers holds at most four bytes.
-constexpr std::uint8_t kMaxRegisterAddress = 4;
 // A Provisioned ID is 48 bits; the other variable CCC answers hold at most what their count
 // byte can say.
 constexpr std::size_t kPidSize = 6;
@@ -105,11 +80,14 @@ Bytes bytesFrom(const std::uint8_t* data, std::size_t count)
 
 bool registerAddressValid(const std::uint8_t* registerAddress, std::uint8_t length) noexcept
 {
-    return length <= kMaxRegisterAddress && (length == 0 || registerAddress != nullptr);
+    return length <= tarvix_detail::kMaxRegisterAddressBytes && (length == 0 || registerAddress != nullptr);
 }
 
 // A buffer whose count says there is something to read must be there.
-bool inputValid(const void* data, std::size_t count) noexcept { return count == 0 || data != nullptr; }
+bool inputValid(const void* data, std::size_t count) noexcept
+{
+    return count == 0 || data != nullptr;
+}
 
 // Results reach the caller's buffer, and their count its length variable (when it passed one),
 // only when the call succeeded; otherwise both are left as they were. The buffer receives at
@@ -148,11 +126,11 @@ std::optional<std::uint8_t> optionalByte(bool present, std::uint8_t value)
 // The I3C byte enumerations cross as 32-bit values; the wire carries their low byte.
 I3cTargetResetDefByte resetAction(std::uint32_t value) noexcept
 {
-    return static_cast<I3cTargetResetDefByte>(static_cast<std::uint8_t>(value & 0xFF));
+    return static_cast<I3cTargetResetDefByte>(tarvix_detail::lowByte(value));
 }
 I3cTransferDirection transferDirection(std::uint32_t value) noexcept
 {
-    return static_cast<I3cTransferDirection>(static_cast<std::uint8_t>(value & 0xFF));
+    return static_cast<I3cTransferDirection>(tarvix_detail::lowByte(value));
 }
 
 // Variable CCC reads (GETPID, GETMXDS, GETXTIME, GETCAPS, GETSTATUS): the bytes and, except for
@@ -177,8 +155,8 @@ StatusCode cccBytes(H* h, std::uint8_t* buffer, std::size_t capacity, std::uint8
 // SDR and legacy I2C reads share their checks and their copy (at most the `length` asked for);
 // only SDR reports the count.
 template <class Read>
-StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength, std::uint16_t length,
-                       std::uint8_t* data, std::uint16_t* dataLength, bool wantsLength, Read read)
+StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength,
+                       std::uint16_t length, std::uint8_t* data, std::uint16_t* dataLength, bool wantsLength, Read read)
 {
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
@@ -204,7 +182,8 @@ StatusCode privateWrite(H* h, const std::uint8_t* registerAddress, std::uint8_t 
     if (!registerAddressValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return guard([&] { return write(*h->sdk, bytesFrom(registerAddress, registerAddressLength), bytesFrom(data, dataLength)); });
+    return guard(
+        [&] { return write(*h->sdk, bytesFrom(registerAddress, registerAddressLength), bytesFrom(data, dataLength)); });
 }
 
 // SETBUSCON and SETXTIME: optional trailing bytes checked, then the method.
@@ -239,8 +218,8 @@ StatusCode TarvixSDK_I2cRead(H* h, uint8_t bus, uint8_t targetAddress, const uin
     }
     return guard([&] {
         Bytes result(length);
-        const StatusCode status =
-            h->sdk->i2cRead(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength), length, result, flag);
+        const StatusCode status = h->sdk->i2cRead(bus, targetAddress, bytesFrom(registerAddress, registerAddressLength),
+                                                  length, result, flag);
         return copyOutOnSuccess(status, result, readData, length);
     });
 }
@@ -266,11 +245,11 @@ StatusCode TarvixSDK_I2cWrite(H* h, uint8_t bus, uint8_t targetAddress, const ui
 StatusCode TarvixSDK_I2cScanBus(H* h, uint8_t* addresses, uint8_t capacity, uint8_t* oneByteCount,
                                 uint8_t* twoByteCount, uint8_t bus, bool flag)
 {
-    constexpr std::uint8_t kLastBus = 1;
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
     }
-    if (bus > kLastBus || addresses == nullptr || oneByteCount == nullptr || twoByteCount == nullptr) {
+    if (bus >= tarvix_detail::kI2cPortCount || addresses == nullptr || oneByteCount == nullptr ||
+        twoByteCount == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
     return guard([&] {
@@ -333,35 +312,43 @@ StatusCode TarvixSDK_I3cGetDeviceTable(H* h, I3cTargetInfo* table, uint8_t capac
     });
 }
 
-StatusCode TarvixSDK_I3cSdrRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress, uint8_t registerAddressLength,
-                                uint16_t length, uint8_t* data, uint16_t* dataLength, I3cTransferFlags flags)
+StatusCode TarvixSDK_I3cSdrRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
+                                uint8_t registerAddressLength, uint16_t length, uint8_t* data, uint16_t* dataLength,
+                                I3cTransferFlags flags)
 {
-    return privateRead(h, registerAddress, registerAddressLength, length, data, dataLength, true,
-                       [&](S& sdk, const Bytes& reg, Bytes& out) { return sdk.i3cSdrRead(targetAddress, reg, length, out, flags); });
+    return privateRead(
+        h, registerAddress, registerAddressLength, length, data, dataLength, true,
+        [&](S& sdk, const Bytes& reg, Bytes& out) { return sdk.i3cSdrRead(targetAddress, reg, length, out, flags); });
 }
 
 StatusCode TarvixSDK_I3cLegacyI2CRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
-                                      uint8_t registerAddressLength, uint16_t length, uint8_t* data, I3cTransferFlags flags)
+                                      uint8_t registerAddressLength, uint16_t length, uint8_t* data,
+                                      I3cTransferFlags flags)
 {
-    return privateRead(h, registerAddress, registerAddressLength, length, data, nullptr, false, [&](S& sdk, const Bytes& reg, Bytes& out) {
-        return sdk.i3cLegacyI2cRead(targetAddress, reg, length, out, flags);
-    });
+    return privateRead(h, registerAddress, registerAddressLength, length, data, nullptr, false,
+                       [&](S& sdk, const Bytes& reg, Bytes& out) {
+                           return sdk.i3cLegacyI2cRead(targetAddress, reg, length, out, flags);
+                       });
 }
 
-StatusCode TarvixSDK_I3cSdrWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress, uint8_t registerAddressLength,
-                                 const uint8_t* data, uint16_t dataLength, I3cTransferFlags flags)
+StatusCode TarvixSDK_I3cSdrWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
+                                 uint8_t registerAddressLength, const uint8_t* data, uint16_t dataLength,
+                                 I3cTransferFlags flags)
 {
     return privateWrite(h, registerAddress, registerAddressLength, data, dataLength,
-                        [&](S& sdk, const Bytes& reg, const Bytes& bytes) { return sdk.i3cSdrWrite(targetAddress, reg, bytes, flags); });
+                        [&](S& sdk, const Bytes& reg, const Bytes& bytes) {
+                            return sdk.i3cSdrWrite(targetAddress, reg, bytes, flags);
+                        });
 }
 
 StatusCode TarvixSDK_I3cLegacyI2CWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
                                        uint8_t registerAddressLength, const uint8_t* data, uint16_t dataLength,
                                        I3cTransferFlags flags)
 {
-    return privateWrite(h, registerAddress, registerAddressLength, data, dataLength, [&](S& sdk, const Bytes& reg, const Bytes& bytes) {
-        return sdk.i3cLegacyI2cWrite(targetAddress, reg, bytes, flags);
-    });
+    return privateWrite(h, registerAddress, registerAddressLength, data, dataLength,
+                        [&](S& sdk, const Bytes& reg, const Bytes& bytes) {
+                            return sdk.i3cLegacyI2cWrite(targetAddress, reg, bytes, flags);
+                        });
 }
 
 StatusCode TarvixSDK_I3cHdrDdrRead(H* h, uint8_t targetAddress, uint8_t command, uint16_t length, uint16_t* dataLength,
@@ -380,7 +367,8 @@ StatusCode TarvixSDK_I3cHdrDdrRead(H* h, uint8_t targetAddress, uint8_t command,
     });
 }
 
-StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command, const uint8_t* data, uint16_t dataLength)
+StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command, const uint8_t* data,
+                                    uint16_t dataLength)
 {
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
@@ -391,7 +379,8 @@ StatusCode TarvixSDK_I3cHdrDdrWrite(H* h, uint8_t targetAddress, uint8_t command
     return guard([&] { return h->sdk->i3cHdrDdrWrite(targetAddress, command, bytesFrom(data, dataLength)); });
 }
 
-StatusCode TarvixSDK_I3cCccSETMRLBroadcast(H* h, uint16_t maxReadLength, bool hasMaxIbiPayloadSize, uint8_t maxIbiPayloadSize)
+StatusCode TarvixSDK_I3cCccSETMRLBroadcast(H* h, uint16_t maxReadLength, bool hasMaxIbiPayloadSize,
+                                           uint8_t maxIbiPayloadSize)
 {
     return forward(h, &S::i3cCccSETMRLBroadcast, maxReadLength, optionalByte(hasMaxIbiPayloadSize, maxIbiPayloadSize));
 }
@@ -399,19 +388,22 @@ StatusCode TarvixSDK_I3cCccSETMRLBroadcast(H* h, uint16_t maxReadLength, bool ha
 StatusCode TarvixSDK_I3cCccSETMRLDirect(H* h, uint8_t address, uint16_t maxReadLength, bool hasMaxIbiPayloadSize,
                                         uint8_t maxIbiPayloadSize)
 {
-    return forward(h, &S::i3cCccSETMRLDirect, address, maxReadLength, optionalByte(hasMaxIbiPayloadSize, maxIbiPayloadSize));
+    return forward(h, &S::i3cCccSETMRLDirect, address, maxReadLength,
+                   optionalByte(hasMaxIbiPayloadSize, maxIbiPayloadSize));
 }
 
 StatusCode TarvixSDK_I3cCccSETBUSCONBroadcast(H* h, uint8_t context, const uint8_t* extraData, size_t extraLength)
 {
-    return withExtraData(h, extraData, extraLength,
-                         [&](S& sdk, const std::optional<Bytes>& extra) { return sdk.i3cCccSETBUSCONBroadcast(context, extra); });
+    return withExtraData(h, extraData, extraLength, [&](S& sdk, const std::optional<Bytes>& extra) {
+        return sdk.i3cCccSETBUSCONBroadcast(context, extra);
+    });
 }
 
 StatusCode TarvixSDK_I3cCccSETXTIMEBroadcast(H* h, uint8_t subcommand, const uint8_t* extraData, size_t extraLength)
 {
-    return withExtraData(h, extraData, extraLength,
-                         [&](S& sdk, const std::optional<Bytes>& extra) { return sdk.i3cCccSETXTIMEBroadcast(subcommand, extra); });
+    return withExtraData(h, extraData, extraLength, [&](S& sdk, const std::optional<Bytes>& extra) {
+        return sdk.i3cCccSETXTIMEBroadcast(subcommand, extra);
+    });
 }
 
 StatusCode TarvixSDK_I3cCccSETXTIMEDirect(H* h, uint8_t address, uint8_t subcommand, const uint8_t* extraData,
@@ -444,7 +436,9 @@ StatusCode TarvixSDK_I3cCccRSTACTDirect(H* h, uint8_t address, uint32_t action, 
     if (transferDirection(direction) == I3cTransferDirection::READ && resetTime == nullptr) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return guard([&] { return h->sdk->i3cCccRSTACTDirect(address, resetAction(action), transferDirection(direction), resetTime); });
+    return guard([&] {
+        return h->sdk->i3cCccRSTACTDirect(address, resetAction(action), transferDirection(direction), resetTime);
+    });
 }
 
 // The read length is the method's single value, written whenever an answer arrived; the IBI
@@ -478,31 +472,40 @@ StatusCode TarvixSDK_I3cCccGETMRL(H* h, uint8_t address, uint16_t* maxReadLength
 
 StatusCode TarvixSDK_I3cCccGETPID(H* h, uint8_t address, uint8_t* pid)
 {
-    return cccBytes(h, pid, kPidSize, nullptr, false, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETPID(address, out); });
+    return cccBytes(h, pid, kPidSize, nullptr, false,
+                    [&](S& sdk, Bytes& out) { return sdk.i3cCccGETPID(address, out); });
 }
 
-StatusCode TarvixSDK_I3cCccGETMXDS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length)
-{
-    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETMXDS(address, out); });
-}
+// -- The named CCCs of the table whose C form follows from their arguments -------------------------
 
-StatusCode TarvixSDK_I3cCccGETXTIME(H* h, uint8_t address, uint8_t* buffer, uint8_t* length)
-{
-    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCccGETXTIME(address, out); });
-}
-
-StatusCode TarvixSDK_I3cCccGETCAPS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte,
-                                   uint8_t definingByte)
-{
-    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) {
-        return sdk.i3cCccGETCAPS(address, out, optionalByte(hasDefiningByte, definingByte));
-    });
-}
-
-StatusCode TarvixSDK_I3cCccGETSTATUS(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte,
-                                     uint8_t definingByte)
-{
-    return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) {
-        return sdk.i3cCccGETSTATUS(address, out, optionalByte(hasDefiningByte, definingByte));
-    });
-}
+// clang-format off
+#define TARVIX_CCC_BROADCAST(Method, ...) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h) { return forward(h, &S::i3cCcc##Method); }
+#define TARVIX_CCC_DIRECT(Method, ...) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t address) { return forward(h, &S::i3cCcc##Method, address); }
+#define TARVIX_CCC_BROADCAST_DEFINING_BYTE(Method, Ccc, Direction, Type, Length, Argument) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t Argument) { return forward(h, &S::i3cCcc##Method, Argument); }
+#define TARVIX_CCC_DIRECT_DATA_BYTE(Method, Ccc, Direction, Type, Length, Encode, Argument) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t address, uint8_t Argument) { return forward(h, &S::i3cCcc##Method, address, Argument); }
+#define TARVIX_CCC_BROADCAST_LENGTH(Method, Ccc, Direction, Type, Length, Argument) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint16_t Argument) { return forward(h, &S::i3cCcc##Method, Argument); }
+#define TARVIX_CCC_DIRECT_LENGTH(Method, Ccc, Direction, Type, Length, Argument) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t address, uint16_t Argument) { return forward(h, &S::i3cCcc##Method, address, Argument); }
+#define TARVIX_CCC_READ_VALUE(Method, Ccc, Direction, Type, Length, Output, Argument) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t address, Output* Argument) { return forward(h, &S::i3cCcc##Method, address, required(Argument)); }
+// Variable answers: at most 255 bytes (the answer's count byte) reach the caller's buffer.
+#define TARVIX_CCC_READ_BYTES(Method, ...) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t address, uint8_t* buffer, uint8_t* length) \
+    { \
+        return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) { return sdk.i3cCcc##Method(address, out); }); \
+    }
+#define TARVIX_CCC_READ_BYTES_DEFINING_BYTE(Method, ...) \
+    StatusCode TarvixSDK_I3cCcc##Method(H* h, uint8_t address, uint8_t* buffer, uint8_t* length, bool hasDefiningByte, uint8_t definingByte) \
+    { \
+        return cccBytes(h, buffer, kMaxCccData, length, true, [&](S& sdk, Bytes& out) { \
+            return sdk.i3cCcc##Method(address, out, optionalByte(hasDefiningByte, definingByte)); \
+        }); \
+    }
+// GETPID (a fixed six bytes, no count) and the CUSTOM rows are written out above.
+#include "../protocol/ccc_table.def"
+// clang-format on

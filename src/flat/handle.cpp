@@ -2,6 +2,7 @@
 // notification bridge, the views and the names of status codes.
 #include "handle.hpp"
 
+#include "../protocol/notification.hpp"
 #include "../sync/status_text.hpp"
 
 #include <algorithm>
@@ -37,8 +38,10 @@ constexpr DeviceInfoField kDeviceInfoFields[] = {
 void deliverCopy(TarvixSDK_Handle& handle, TarvixSDK_NotificationCallback callback, const Notification& received)
 {
     const std::size_t size = received.length;
-    const std::size_t copied = size <= TarvixSDK_Handle::kNotificationCapacity ? size : TarvixSDK_Handle::kNotificationCapacity;
-    handle.notificationLength = size <= TarvixSDK_Handle::kNotificationCapacity ? static_cast<std::uint8_t>(size & 0xFF) : 0;
+    const std::size_t copied =
+        size <= TarvixSDK_Handle::kNotificationCapacity ? size : TarvixSDK_Handle::kNotificationCapacity;
+    handle.notificationLength =
+        size <= TarvixSDK_Handle::kNotificationCapacity ? static_cast<std::uint8_t>(size & 0xFF) : 0;
     if (copied > 0) {
         std::memcpy(handle.notificationBuffer, received.data, copied);
     }
@@ -103,7 +106,8 @@ void rememberConnectException(TarvixSDK_Handle& handle)
         rememberConnectError(handle, ConnectError::BAD_SERIAL,
                              named ? handle.sdk->lastConnectErrorMessage()
                                    : std::string("a HID device on this host has a serial number that does not "
-                                                 "convert to UTF-8 (") + e.what() + ")");
+                                                 "convert to UTF-8 (") +
+                                         e.what() + ")");
     } catch (const std::exception& e) {
         rememberConnectError(handle, ConnectError::SYSTEM_ERROR, e.what());
     } catch (...) {
@@ -136,12 +140,13 @@ bool connectWith(TarvixSDK_Handle* handle, Connect connect) noexcept
     return connected;
 }
 
-// The views of the flat interface read the fixed fields only; unlike Notification's own views
-// they report declared lengths as declared (C callers compare with the record's length).
-bool viewable(const Notification* notification, const void* out, NotificationKind kind, std::size_t minimum) noexcept
+// The views of the flat interface report declared lengths as declared (C callers compare them
+// with the record's length); null pointers are refused.
+template <class View>
+bool flatView(const Notification* notification, View* out) noexcept
 {
-    return notification != nullptr && out != nullptr && notification->kind == kind && notification->data != nullptr &&
-           notification->length >= minimum;
+    return notification != nullptr && out != nullptr &&
+           tarvix_detail::decodeView(*notification, tarvix_detail::notification::DeclaredLength::AS_DECLARED, *out);
 }
 
 } // namespace
@@ -164,7 +169,8 @@ void TarvixSDK_Destroy(TarvixSDK_Handle* handle)
 
 bool TarvixSDK_Connect(TarvixSDK_Handle* handle, const char* path)
 {
-    return connectWith(handle, [&](TarvixSDK& sdk) { return sdk.connect(path != nullptr ? std::string(path) : std::string()); });
+    return connectWith(
+        handle, [&](TarvixSDK& sdk) { return sdk.connect(path != nullptr ? std::string(path) : std::string()); });
 }
 
 bool TarvixSDK_ConnectWithSerialNumber(TarvixSDK_Handle* handle, const char* serialNumber)
@@ -184,8 +190,9 @@ const char* TarvixSDK_LastConnectErrorMessage(const TarvixSDK_Handle* handle)
 
 bool TarvixSDK_ConnectTo(TarvixSDK_Handle* handle, const char* selector)
 {
-    return connectWith(handle,
-                       [&](TarvixSDK& sdk) { return sdk.connectTo(selector != nullptr ? std::string(selector) : std::string()); });
+    return connectWith(handle, [&](TarvixSDK& sdk) {
+        return sdk.connectTo(selector != nullptr ? std::string(selector) : std::string());
+    });
 }
 
 void TarvixSDK_Disconnect(TarvixSDK_Handle* handle)
@@ -195,7 +202,10 @@ void TarvixSDK_Disconnect(TarvixSDK_Handle* handle)
     }
 }
 
-const char* TarvixSDK_GetVersion() { return TARVIXSDK_VERSION_STR; }
+const char* TarvixSDK_GetVersion()
+{
+    return TARVIXSDK_VERSION_STR;
+}
 
 StatusCode TarvixSDK_GetDeviceInfo(TarvixSDK_Handle* handle, TarvixSDK_DeviceInfo* info)
 {
@@ -258,47 +268,28 @@ void TarvixSDK_onNotificationEx(TarvixSDK_Handle* handle, TarvixSDK_Notification
 // The views only read the caller's record, and the names are static: nothing here can throw.
 bool TarvixSDK_notificationAsGpio(const Notification* notification, GpioInterruptNotification* out)
 {
-    if (!viewable(notification, out, NotificationKind::GPIO_INTERRUPT, 7)) {
-        return false;
-    }
-    out->pinNumber = notification->data[6];
-    return true;
+    return flatView(notification, out);
 }
 
 bool TarvixSDK_notificationAsI3cIbi(const Notification* notification, I3cIbiNotification* out)
 {
-    if (!viewable(notification, out, NotificationKind::I3C_IBI, 8)) {
-        return false;
-    }
-    out->targetAddress = notification->data[6];
-    out->payload = notification->data + 8;
-    out->payloadLength = notification->data[7];
-    return true;
+    return flatView(notification, out);
 }
 
 bool TarvixSDK_notificationAsI3cHotJoin(const Notification* notification, I3cHotJoinNotification* out)
 {
-    if (!viewable(notification, out, NotificationKind::I3C_HOT_JOIN, 15)) {
-        return false;
-    }
-    std::memcpy(out->provisionalId, notification->data + 6, sizeof out->provisionalId);
-    out->bcr = notification->data[12];
-    out->dcr = notification->data[13];
-    out->dynamicAddress = notification->data[14];
-    return true;
+    return flatView(notification, out);
 }
 
 bool TarvixSDK_notificationAsUartRx(const Notification* notification, UartRxNotification* out)
 {
-    if (!viewable(notification, out, NotificationKind::UART_RX, 8)) {
-        return false;
-    }
-    out->data = notification->data + 8;
-    out->dataLength = static_cast<std::size_t>(notification->data[6] | (notification->data[7] << 8));
-    return true;
+    return flatView(notification, out);
 }
 
-const char* TarvixSDK_StatusName(StatusCode status) { return statusCodeName(status); }
+const char* TarvixSDK_StatusName(StatusCode status)
+{
+    return statusCodeName(status);
+}
 
 const char* TarvixSDK_StatusMessage(StatusCode status)
 {

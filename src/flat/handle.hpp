@@ -71,8 +71,7 @@ auto guard(Body&& body, Caught&& caught) noexcept -> decltype(body())
     } catch (...) {
         try {
             caught();
-        } catch (...) {
-        }
+        } catch (...) {}
         return failure<Result>();
     }
 }
@@ -90,19 +89,37 @@ struct Out {
     T* pointer;
 };
 template <class T>
-Out<T, true> required(T* pointer) noexcept { return {pointer}; }
+Out<T, true> required(T* pointer) noexcept
+{
+    return {pointer};
+}
 template <class T>
-Out<T, false> unchecked(T* pointer) noexcept { return {pointer}; }
+Out<T, false> unchecked(T* pointer) noexcept
+{
+    return {pointer};
+}
 
 template <class T>
-bool present(const T&) noexcept { return true; }
+bool present(const T&) noexcept
+{
+    return true;
+}
 template <class T>
-bool present(const Out<T, true>& out) noexcept { return out.pointer != nullptr; }
+bool present(const Out<T, true>& out) noexcept
+{
+    return out.pointer != nullptr;
+}
 
 template <class T>
-const T& pass(const T& value) noexcept { return value; }
+const T& pass(const T& value) noexcept
+{
+    return value;
+}
 template <class T, bool kRequired>
-T& pass(const Out<T, kRequired>& out) noexcept { return *out.pointer; }
+T& pass(const Out<T, kRequired>& out) noexcept
+{
+    return *out.pointer;
+}
 
 // The whole of a flat function that only forwards: null handle first, then the required output
 // pointers, then the method with the arguments unchanged (outputs as references), guarded.

@@ -3,7 +3,8 @@
 
 using namespace tarvix_detail;
 
-StatusCode TarvixSDK::gpioConfigurePin(GpioPinNumber pinNumber, GpioFunctionality functionality, GpioLogicLevel logicLevel)
+StatusCode TarvixSDK::gpioConfigurePin(GpioPinNumber pinNumber, GpioFunctionality functionality,
+                                       GpioLogicLevel logicLevel)
 {
     return session_->call([&](TarvixAsyncSDK& a, TransactionId id) {
         return a.gpioConfigurePin(id, pinNumber, functionality, logicLevel);
@@ -12,7 +13,8 @@ StatusCode TarvixSDK::gpioConfigurePin(GpioPinNumber pinNumber, GpioFunctionalit
 
 StatusCode TarvixSDK::gpioDigitalWrite(GpioPinNumber pinNumber, GpioLogicLevel logicLevel)
 {
-    return session_->call([&](TarvixAsyncSDK& a, TransactionId id) { return a.gpioDigitalWrite(id, pinNumber, logicLevel); });
+    return session_->call(
+        [&](TarvixAsyncSDK& a, TransactionId id) { return a.gpioDigitalWrite(id, pinNumber, logicLevel); });
 }
 
 StatusCode TarvixSDK::gpioDigitalRead(GpioPinNumber pinNumber, GpioLogicLevel& logicLevel)

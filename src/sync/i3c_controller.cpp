@@ -1,9 +1,9 @@
 // I3C controller, bus and target table, bus patterns. Only the device table answer carries data:
 // a count at offset 6, then that many 16-byte target records from offset 7.
+#include "../protocol/layout.hpp"
 #include "session.hpp"
 
 #include <cstddef>
-#include <type_traits>
 
 using namespace tarvix_detail;
 
@@ -12,13 +12,6 @@ namespace {
 constexpr std::size_t kTableCountOffset = 6;
 constexpr std::size_t kTableOffset = 7;
 constexpr std::size_t kRecordSize = sizeof(I3cTargetInfo);
-
-// The setting enumerations travel as their value's low byte, unchecked.
-template <class Enum>
-std::uint8_t lowByte(Enum value) noexcept
-{
-    return static_cast<std::uint8_t>(static_cast<std::underlying_type_t<Enum>>(value) & 0xFF);
-}
 
 // One record, read field by field: the wire layout is fixed (16-bit fields little-endian),
 // whatever the host's byte order.

@@ -25,15 +25,18 @@ StatusCode TarvixSDK::i3cSdrRead(std::uint8_t targetAddress, const std::vector<s
                                  std::uint16_t length, std::vector<std::uint8_t>& data, I3cTransferFlags flags)
 {
     return session_->call(
-        [&](TarvixAsyncSDK& a, TransactionId id) { return a.i3cSdrRead(id, targetAddress, registerAddress, length, flags); },
+        [&](TarvixAsyncSDK& a, TransactionId id) {
+            return a.i3cSdrRead(id, targetAddress, registerAddress, length, flags);
+        },
         [&](const FrameReader& r) { readData(r, data); });
 }
 
 StatusCode TarvixSDK::i3cSdrWrite(std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress,
                                   const std::vector<std::uint8_t>& data, I3cTransferFlags flags)
 {
-    return session_->call(
-        [&](TarvixAsyncSDK& a, TransactionId id) { return a.i3cSdrWrite(id, targetAddress, registerAddress, data, flags); });
+    return session_->call([&](TarvixAsyncSDK& a, TransactionId id) {
+        return a.i3cSdrWrite(id, targetAddress, registerAddress, data, flags);
+    });
 }
 
 StatusCode TarvixSDK::i3cLegacyI2cRead(std::uint8_t targetAddress, const std::vector<std::uint8_t>& registerAddress,

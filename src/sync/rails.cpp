@@ -31,20 +31,56 @@ StatusCode getSharedRail(SyncSession& session, std::uint16_t& voltage)
 
 } // namespace
 
-StatusCode TarvixSDK::gpioSetVoltage(std::uint16_t voltage, bool flag) { return setSharedRail(*session_, voltage, flag); }
-StatusCode TarvixSDK::i2cSetBusVoltage(std::uint16_t voltage, bool flag) { return setSharedRail(*session_, voltage, flag); }
-StatusCode TarvixSDK::spiSetBusVoltage(std::uint16_t voltage, bool flag) { return setSharedRail(*session_, voltage, flag); }
-StatusCode TarvixSDK::uartSetBusVoltage(std::uint16_t voltage, bool flag) { return setSharedRail(*session_, voltage, flag); }
+StatusCode TarvixSDK::gpioSetVoltage(std::uint16_t voltage, bool flag)
+{
+    return setSharedRail(*session_, voltage, flag);
+}
+StatusCode TarvixSDK::i2cSetBusVoltage(std::uint16_t voltage, bool flag)
+{
+    return setSharedRail(*session_, voltage, flag);
+}
+StatusCode TarvixSDK::spiSetBusVoltage(std::uint16_t voltage, bool flag)
+{
+    return setSharedRail(*session_, voltage, flag);
+}
+StatusCode TarvixSDK::uartSetBusVoltage(std::uint16_t voltage, bool flag)
+{
+    return setSharedRail(*session_, voltage, flag);
+}
 
-StatusCode TarvixSDK::gpioUseExternalVoltage(bool useExternal) { return useExternalSharedRail(*session_, useExternal); }
-StatusCode TarvixSDK::i2cUseExternalVoltage(bool useExternal) { return useExternalSharedRail(*session_, useExternal); }
-StatusCode TarvixSDK::spiUseExternalVoltage(bool useExternal) { return useExternalSharedRail(*session_, useExternal); }
-StatusCode TarvixSDK::uartUseExternalVoltage(bool useExternal) { return useExternalSharedRail(*session_, useExternal); }
+StatusCode TarvixSDK::gpioUseExternalVoltage(bool useExternal)
+{
+    return useExternalSharedRail(*session_, useExternal);
+}
+StatusCode TarvixSDK::i2cUseExternalVoltage(bool useExternal)
+{
+    return useExternalSharedRail(*session_, useExternal);
+}
+StatusCode TarvixSDK::spiUseExternalVoltage(bool useExternal)
+{
+    return useExternalSharedRail(*session_, useExternal);
+}
+StatusCode TarvixSDK::uartUseExternalVoltage(bool useExternal)
+{
+    return useExternalSharedRail(*session_, useExternal);
+}
 
-StatusCode TarvixSDK::gpioGetVoltage(std::uint16_t& voltage) { return getSharedRail(*session_, voltage); }
-StatusCode TarvixSDK::i2cGetBusVoltage(std::uint16_t& voltage) { return getSharedRail(*session_, voltage); }
-StatusCode TarvixSDK::spiGetBusVoltage(std::uint16_t& voltage) { return getSharedRail(*session_, voltage); }
-StatusCode TarvixSDK::uartGetBusVoltage(std::uint16_t& voltage) { return getSharedRail(*session_, voltage); }
+StatusCode TarvixSDK::gpioGetVoltage(std::uint16_t& voltage)
+{
+    return getSharedRail(*session_, voltage);
+}
+StatusCode TarvixSDK::i2cGetBusVoltage(std::uint16_t& voltage)
+{
+    return getSharedRail(*session_, voltage);
+}
+StatusCode TarvixSDK::spiGetBusVoltage(std::uint16_t& voltage)
+{
+    return getSharedRail(*session_, voltage);
+}
+StatusCode TarvixSDK::uartGetBusVoltage(std::uint16_t& voltage)
+{
+    return getSharedRail(*session_, voltage);
+}
 
 StatusCode TarvixSDK::i3cSetBusVoltage(std::uint16_t voltage)
 {
@@ -53,7 +89,8 @@ StatusCode TarvixSDK::i3cSetBusVoltage(std::uint16_t voltage)
 
 StatusCode TarvixSDK::i3cUseExternalVoltage(bool useExternal)
 {
-    return session_->call([&](TarvixAsyncSDK& a, TransactionId id) { return a.i3cUseExternalVoltage(id, useExternal); });
+    return session_->call(
+        [&](TarvixAsyncSDK& a, TransactionId id) { return a.i3cUseExternalVoltage(id, useExternal); });
 }
 
 StatusCode TarvixSDK::i3cGetBusVoltage(std::uint16_t& voltage1, std::uint16_t& voltage2)

@@ -2,17 +2,9 @@
 
 #include <chrono>
 
+#include "../protocol/layout.hpp"
+
 namespace tarvix_detail {
-
-namespace {
-
-std::uint16_t u16At(const std::vector<std::uint8_t>& frame, std::size_t offset) noexcept
-{
-    return frame.size() >= offset + 2 ? static_cast<std::uint16_t>(frame[offset] | (frame[offset + 1] << 8))
-                                      : std::uint16_t{0};
-}
-
-} // namespace
 
 void ResponseWaiter::expect(std::uint16_t transactionId, std::uint16_t code)
 {
@@ -33,8 +25,8 @@ void ResponseWaiter::store(const std::vector<std::uint8_t>& frame)
 {
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (matching_ &&
-            (!expecting_ || arrived_ || u16At(frame, 0) != expectedId_ || u16At(frame, 2) != expectedCode_)) {
+        if (matching_ && (!expecting_ || arrived_ || u16At(frame, kTransactionIdOffset) != expectedId_ ||
+                          u16At(frame, kCodeOffset) != expectedCode_)) {
             // Late, duplicated, foreign, or a second answer to the same request: never decoded.
             dropped_.fetch_add(1);
             return;

@@ -11,7 +11,11 @@ namespace tarvix_detail {
 
 class ResponseWaiter {
 public:
-    enum class Outcome { ARRIVED, TIMED_OUT, DEVICE_GONE };
+    enum class Outcome {
+        ARRIVED,
+        TIMED_OUT,
+        DEVICE_GONE
+    };
 
     // timeoutMs: -1 waits without limit; 0 or any other negative value does not wait.
     // matching: keep only the answer to the request being waited for (see expect()).

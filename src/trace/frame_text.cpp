@@ -3,12 +3,14 @@
 // anything) gives a line, with what is missing or left over said plainly.
 #include <tarvixsdk/tarvixsdk.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
 
-#include "../async/command_codes.hpp"
+#include "../protocol/codes.hpp"
+#include "../protocol/layout.hpp"
 
 namespace {
 
@@ -29,8 +31,7 @@ class Fields {
 public:
     Fields(const std::uint8_t* data, std::size_t length, std::size_t offset, std::string& line)
         : data_(data), length_(length), offset_(offset), line_(line), truncated_(offset > length)
-    {
-    }
+    {}
 
     bool have(std::size_t n) const noexcept { return !truncated_ && offset_ + n <= length_; }
 
@@ -182,19 +183,40 @@ struct Command {
 };
 
 void nothing(Fields&) {}
-void rail(Fields& f) { f.u16("mV"); }
-void railWithFlag(Fields& f) { f.u16("mV").u8("flag"); }
-void external(Fields& f) { f.u8("external"); }
-void usbStringIndex(Fields& f) { f.u8("index"); }
+void rail(Fields& f)
+{
+    f.u16("mV");
+}
+void railWithFlag(Fields& f)
+{
+    f.u16("mV").u8("flag");
+}
+void external(Fields& f)
+{
+    f.u8("external");
+}
+void usbStringIndex(Fields& f)
+{
+    f.u8("index");
+}
 void usbString(Fields& f)
 {
     f.u8("lengthPlusOne");
     const std::uint32_t n = f.last();
     f.text("text", n > 0 ? n - 1 : 0);
 }
-void analog(Fields& f) { f.u16("sharedMv").u16("i3cMv1").u16("i3cMv2"); }
-void pullUps(Fields& f) { f.u8("bus").hex8("pullUp"); }
-void i2cSettings(Fields& f) { f.u8("bus").u32("frequency").hex8("option"); }
+void analog(Fields& f)
+{
+    f.u16("sharedMv").u16("i3cMv1").u16("i3cMv2");
+}
+void pullUps(Fields& f)
+{
+    f.u8("bus").hex8("pullUp");
+}
+void i2cSettings(Fields& f)
+{
+    f.u8("bus").u32("frequency").hex8("option");
+}
 void i2cTransfer(Fields& f, bool write)
 {
     f.u8("bus").u16(write ? "count" : "length").hex8("target").u8("registerBytes").hex32("register").u8("flag");
@@ -202,10 +224,22 @@ void i2cTransfer(Fields& f, bool write)
         f.bytes("data");
     }
 }
-void i2cWrite(Fields& f) { i2cTransfer(f, true); }
-void i2cRead(Fields& f) { i2cTransfer(f, false); }
-void i2cReadAnswer(Fields& f) { f.skip(3).bytes("data"); }
-void i2cScan(Fields& f) { f.u8("bus").u8("flag"); }
+void i2cWrite(Fields& f)
+{
+    i2cTransfer(f, true);
+}
+void i2cRead(Fields& f)
+{
+    i2cTransfer(f, false);
+}
+void i2cReadAnswer(Fields& f)
+{
+    f.skip(3).bytes("data");
+}
+void i2cScan(Fields& f)
+{
+    f.u8("bus").u8("flag");
+}
 void i2cScanAnswer(Fields& f)
 {
     f.skip(1).u8("oneByte");
@@ -213,25 +247,52 @@ void i2cScanAnswer(Fields& f)
     f.u8("twoByte");
     f.bytes("addresses", one + 2u * f.last());
 }
-void spiSettings(Fields& f) { f.u8("bitOrder").u8("mode").u8("width").u8("cs").u8("csPolarity").u32("frequency"); }
-void spiTransfer(Fields& f) { f.u16("count").u16("length").bytes("tx"); }
+void spiSettings(Fields& f)
+{
+    f.u8("bitOrder").u8("mode").u8("width").u8("cs").u8("csPolarity").u32("frequency");
+}
+void spiTransfer(Fields& f)
+{
+    f.u16("count").u16("length").bytes("tx");
+}
 void spiAnswer(Fields& f)
 {
     f.u16("count");
     f.bytes("rx", f.last());
 }
-void uartSettings(Fields& f) { f.u8("baud").u8("handshake").u8("parity").u8("dataBits").u8("stopBits"); }
+void uartSettings(Fields& f)
+{
+    f.u8("baud").u8("handshake").u8("parity").u8("dataBits").u8("stopBits");
+}
 void countedData(Fields& f)
 {
     f.u16("count");
     f.bytes("data", f.last());
 }
-void pinFunctionLevel(Fields& f) { f.u8("pin").u8("function").u8("level"); }
-void pinLevel(Fields& f) { f.u8("pin").u8("level"); }
-void pin(Fields& f) { f.u8("pin"); }
-void level(Fields& f) { f.u8("level"); }
-void pinTrigger(Fields& f) { f.u8("pin").u8("trigger"); }
-void i3cSettings(Fields& f) { f.u8("pushPull").u8("openDrain").u8("i2cRate").u8("drive"); }
+void pinFunctionLevel(Fields& f)
+{
+    f.u8("pin").u8("function").u8("level");
+}
+void pinLevel(Fields& f)
+{
+    f.u8("pin").u8("level");
+}
+void pin(Fields& f)
+{
+    f.u8("pin");
+}
+void level(Fields& f)
+{
+    f.u8("level");
+}
+void pinTrigger(Fields& f)
+{
+    f.u8("pin").u8("trigger");
+}
+void i3cSettings(Fields& f)
+{
+    f.u8("pushPull").u8("openDrain").u8("i2cRate").u8("drive");
+}
 void target(Fields& f)
 {
     f.hex8("static").hex8("dynamic").bytes("pid", 6).hex8("bcr").hex8("dcr").skip(6);
@@ -244,7 +305,10 @@ void targets(Fields& f)
         target(f);
     }
 }
-void targetConfiguration(Fields& f) { f.hex8("target").hex8("configuration"); }
+void targetConfiguration(Fields& f)
+{
+    f.hex8("target").hex8("configuration");
+}
 void privateTransfer(Fields& f)
 {
     static const char* const kModes[] = {"SDR", "HDR_DDR", "LEGACY_I2C", "MODE_3"};
@@ -261,10 +325,9 @@ void privateTransfer(Fields& f)
     } else {
         f.hex8("flags", static_cast<std::uint8_t>(modeByte >> 3)).skip(1).u8("registerBytes");
         const std::uint32_t registerBytes = f.last();
-        f.bytes("register", registerBytes <= 4 ? registerBytes : 4);
-        if (registerBytes < 4) {
-            f.skip(4 - registerBytes);
-        }
+        // The register field is four bytes whatever the count says.
+        const std::size_t shown = std::min<std::size_t>(registerBytes, kMaxRegisterAddressBytes);
+        f.bytes("register", shown).skip(kMaxRegisterAddressBytes - shown);
         f.u16("length").bytes("data");
     }
 }
@@ -273,20 +336,32 @@ void i3cPrivateAnswer(Fields& f)
     f.skip(2).u16("count");
     f.bytes("data", f.last());
 }
-void ccc(Fields& f) { f.hex8("target").hex8("flags").u8("length").hex8("ccc").hex8("definingByte").bytes("data"); }
+void ccc(Fields& f)
+{
+    f.hex8("target").hex8("flags").u8("length").hex8("ccc").hex8("definingByte").bytes("data");
+}
 void cccAnswer(Fields& f)
 {
     f.skip(3).u8("count");
     f.bytes("data", f.last());
 }
-void pattern(Fields& f) { f.hex8("pattern"); }
-void uartRx(Fields& f) { countedData(f); }
+void pattern(Fields& f)
+{
+    f.hex8("pattern");
+}
+void uartRx(Fields& f)
+{
+    countedData(f);
+}
 void ibi(Fields& f)
 {
     f.hex8("target").u8("payloadLength");
     f.bytes("payload", f.last());
 }
-void hotJoin(Fields& f) { f.bytes("pid", 6).hex8("bcr").hex8("dcr").hex8("dynamic"); }
+void hotJoin(Fields& f)
+{
+    f.bytes("pid", 6).hex8("bcr").hex8("dcr").hex8("dynamic");
+}
 
 constexpr Command kCommands[] = {
     {cmd::kResetDevice, "RESET_DEVICE", nothing, nothing},
@@ -339,11 +414,6 @@ constexpr NotificationKindText kNotifications[] = {
     {cmd::kNotifyI3cHotJoin, "I3C_HOT_JOIN", hotJoin},
 };
 
-std::uint16_t u16At(const std::uint8_t* data, std::size_t offset) noexcept
-{
-    return static_cast<std::uint16_t>(data[offset] | (data[offset + 1] << 8));
-}
-
 } // namespace
 
 std::string describeFrame(const TraceFrame& frame)
@@ -352,26 +422,26 @@ std::string describeFrame(const TraceFrame& frame)
     std::string line = out ? "OUT" : "IN";
     const std::uint8_t* data = frame.data;
     const std::size_t length = data != nullptr ? frame.length : 0;
-    if (length < 4) {
+    if (length < kRequestPayloadOffset) {
         line += " short frame";
         Fields(data, length, 0, line).bytes("bytes").finish();
         return line;
     }
-    const std::uint16_t transactionId = u16At(data, 0);
-    const std::uint16_t code = u16At(data, 2);
+    const std::uint16_t transactionId = u16At(data, length, kTransactionIdOffset);
+    const std::uint16_t code = u16At(data, length, kCodeOffset);
 
     if (!out && transactionId == 0) {
         for (const NotificationKindText& kind : kNotifications) {
             if (kind.code == code) {
                 line += std::string(" ") + kind.name + " " + hex(code, 4) + " notification";
-                Fields fields(data, length, 6, line);
+                Fields fields(data, length, kResponsePayloadOffset, line);
                 kind.payload(fields);
                 fields.finish();
                 return line;
             }
         }
         line += " NOTIFICATION " + hex(code, 4);
-        Fields(data, length, 4, line).u16("status").bytes("payload").finish();
+        Fields(data, length, kStatusOffset, line).u16("status").bytes("payload").finish();
         return line;
     }
 
@@ -382,18 +452,18 @@ std::string describeFrame(const TraceFrame& frame)
             break;
         }
     }
-    line += std::string(" ") + (command != nullptr ? command->name : "UNKNOWN") + " " + hex(code, 4) + " tid=" +
-            std::to_string(transactionId);
-    std::size_t payload = 4;
+    line += std::string(" ") + (command != nullptr ? command->name : "UNKNOWN") + " " + hex(code, 4) +
+            " tid=" + std::to_string(transactionId);
+    std::size_t payload = kRequestPayloadOffset;
     if (!out) {
-        if (length < 6) {
+        if (length < kResponsePayloadOffset) {
             line += " (frame ends before the status)";
             return line;
         }
-        const auto status = static_cast<StatusCode>(u16At(data, 4));
-        const char* name = statusCodeName(status);
-        line += std::string(" status=") + (std::string(name) == "DEVICE_STATUS" ? hex(u16At(data, 4), 4) : name);
-        payload = 6;
+        const std::uint16_t statusField = u16At(data, length, kStatusOffset);
+        const char* name = statusCodeName(static_cast<StatusCode>(statusField));
+        line += std::string(" status=") + (std::string(name) == "DEVICE_STATUS" ? hex(statusField, 4) : name);
+        payload = kResponsePayloadOffset;
     }
     Fields fields(data, length, payload, line);
     const Describe fieldsOf = command == nullptr ? nullptr : out ? command->request : command->response;

@@ -7,6 +7,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "layout.hpp"
+
 namespace tarvix_detail {
 
 class FrameBuilder {
@@ -20,20 +22,20 @@ public:
     }
     FrameBuilder& u16(std::uint16_t v)
     {
-        out_.push_back(static_cast<std::uint8_t>(v & 0xFF));
-        out_.push_back(static_cast<std::uint8_t>(v >> 8));
+        out_.push_back(lowByte(v));
+        out_.push_back(lowByte(v >> 8));
         return *this;
     }
     FrameBuilder& u16be(std::uint16_t v)
     {
-        out_.push_back(static_cast<std::uint8_t>(v >> 8));
-        out_.push_back(static_cast<std::uint8_t>(v & 0xFF));
+        out_.push_back(lowByte(v >> 8));
+        out_.push_back(lowByte(v));
         return *this;
     }
     FrameBuilder& u32(std::uint32_t v)
     {
         for (int shift = 0; shift < 32; shift += 8) {
-            out_.push_back(static_cast<std::uint8_t>((v >> shift) & 0xFF));
+            out_.push_back(lowByte(v >> shift));
         }
         return *this;
     }
@@ -41,7 +43,7 @@ public:
     template <class Enum, class = std::enable_if_t<std::is_enum<Enum>::value>>
     FrameBuilder& e8(Enum v)
     {
-        return u8(static_cast<std::uint8_t>(static_cast<std::underlying_type_t<Enum>>(v) & 0xFF));
+        return u8(lowByte(v));
     }
     FrameBuilder& flag(bool v) { return u8(v ? 1 : 0); }
     FrameBuilder& bytes(const std::uint8_t* data, std::size_t size)
@@ -59,9 +61,5 @@ public:
 private:
     std::vector<std::uint8_t>& out_;
 };
-
-// A vector's size as a 16-bit count field: cut to 16 bits without complaint, while every byte
-// is still sent. The adapter's answer decides what such an oversized request means.
-inline std::uint16_t count16(std::size_t size) noexcept { return static_cast<std::uint16_t>(size & 0xFFFF); }
 
 } // namespace tarvix_detail

@@ -9,13 +9,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "layout.hpp"
+
 namespace tarvix_detail {
 
 class FrameReader {
 public:
-    static constexpr std::size_t kStatusOffset = 4;
-    static constexpr std::size_t kHeaderSize = 6;
-
     explicit FrameReader(const std::vector<std::uint8_t>& frame) noexcept : frame_(frame) {}
 
     std::size_t size() const noexcept { return frame_.size(); }
@@ -83,10 +82,10 @@ public:
         if (failed_) {
             return verdict_;
         }
-        if (!has(kHeaderSize)) {
+        if (!has(kResponsePayloadOffset)) {
             return StatusCode::RESPONSE_TOO_SHORT;
         }
-        const auto status = static_cast<StatusCode>(frame_[kStatusOffset] | (frame_[kStatusOffset + 1] << 8));
+        const auto status = static_cast<StatusCode>(u16At(frame_, kStatusOffset));
         if (status == StatusCode::SUCCESS && short_) {
             return StatusCode::RESPONSE_TOO_SHORT;
         }

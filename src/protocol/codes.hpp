@@ -1,4 +1,4 @@
-// Command codes of the adapter protocol, grouped by family in their high byte.
+// Command and notification codes of the adapter protocol, grouped by family in their high byte.
 #pragma once
 
 #include <cstdint>
