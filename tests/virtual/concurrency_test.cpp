@@ -9,7 +9,8 @@ namespace {
 
 class Concurrency : public VirtualAdapterTest {};
 
-TEST_F(Concurrency, WritersReaderAndControl_LoseNoFrame) {
+TEST_F(Concurrency, WritersReaderAndControl_LoseNoFrame)
+{
     constexpr int kPerWriter = 300;
     constexpr int kNotifications = 100;
     auto adapter = vt::attach();
@@ -30,7 +31,7 @@ TEST_F(Concurrency, WritersReaderAndControl_LoseNoFrame) {
     for (int w = 0; w < 2; ++w) {
         writers.emplace_back([&, w] {
             for (int i = 1; i <= kPerWriter; ++i)
-                writeFrame(dev, requestFrame(static_cast<std::uint16_t>(w * 1000 + i), 0x1403), 64);
+                writeFrame(dev, requestFrame(static_cast<std::uint16_t>(w * 1000 + i), vt::codes::GPIO_READ), 64);
         });
     }
     for (int i = 0; i < kNotifications; ++i) {
@@ -44,7 +45,8 @@ TEST_F(Concurrency, WritersReaderAndControl_LoseNoFrame) {
     EXPECT_EQ(notifications, kNotifications);
 }
 
-TEST_F(Concurrency, AttachEnumerateOpenAndClose_FromManyThreads) {
+TEST_F(Concurrency, AttachEnumerateOpenAndClose_FromManyThreads)
+{
     std::vector<std::thread> threads;
     std::atomic<int> opened{0};
     for (int t = 0; t < 4; ++t) {
@@ -67,4 +69,4 @@ TEST_F(Concurrency, AttachEnumerateOpenAndClose_FromManyThreads) {
     EXPECT_EQ(opened.load(), 200);
 }
 
-}  // namespace
+} // namespace

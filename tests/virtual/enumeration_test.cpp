@@ -7,7 +7,8 @@
 
 namespace {
 
-std::vector<const hid_device_info*> listOf(const hid_device_info* head) {
+std::vector<const hid_device_info*> listOf(const hid_device_info* head)
+{
     std::vector<const hid_device_info*> list;
     for (; head; head = head->next) list.push_back(head);
     return list;
@@ -15,7 +16,8 @@ std::vector<const hid_device_info*> listOf(const hid_device_info* head) {
 
 class Enumeration : public VirtualAdapterTest {};
 
-TEST_F(Enumeration, Enumerate_ListsAdaptersInAttachOrderWithTheirIdentityAndFiltersByNonZeroIds) {
+TEST_F(Enumeration, Enumerate_ListsAdaptersInAttachOrderWithTheirIdentityAndFiltersByNonZeroIds)
+{
     vt::AdapterConfig small;
     small.path = "/dev/hidraw-a";
     vt::AdapterConfig large;
@@ -23,7 +25,7 @@ TEST_F(Enumeration, Enumerate_ListsAdaptersInAttachOrderWithTheirIdentityAndFilt
     large.serialNumber = L"SN-1024";
     vt::AdapterConfig foreign;
     foreign.vendorId = 0x1234;
-    foreign.productId = 0x82FD;  // unsupported by the SDK, still listed; no serial
+    foreign.productId = 0x82FD; // unsupported by the SDK, still listed; no serial
     auto a = vt::attach(small);
     auto b = vt::attach(large);
     auto c = vt::attach(foreign);
@@ -62,7 +64,8 @@ TEST_F(Enumeration, Enumerate_ListsAdaptersInAttachOrderWithTheirIdentityAndFilt
     EXPECT_EQ(count(0x1FC9, 0x0001), 0u);
 }
 
-TEST_F(Enumeration, Unplug_RemovesFromEnumerationAndReplugRestoresPlace) {
+TEST_F(Enumeration, Unplug_RemovesFromEnumerationAndReplugRestoresPlace)
+{
     auto a = vt::attach();
     auto b = vt::attach();
     a.unplug();
@@ -79,7 +82,8 @@ TEST_F(Enumeration, Unplug_RemovesFromEnumerationAndReplugRestoresPlace) {
     hid_free_enumeration(devs);
 }
 
-TEST_F(Enumeration, Attach_RejectsDuplicatePathAndImpossibleReportSizeAndMayLeaveTheBenchOut) {
+TEST_F(Enumeration, Attach_RejectsDuplicatePathAndImpossibleReportSizeAndMayLeaveTheBenchOut)
+{
     vt::AdapterConfig config;
     config.path = "same";
     vt::attach(config);
@@ -87,18 +91,19 @@ TEST_F(Enumeration, Attach_RejectsDuplicatePathAndImpossibleReportSizeAndMayLeav
     config.path.clear();
     config.reportSize = 4;
     EXPECT_THROW(vt::attach(config), std::invalid_argument);
-    config.reportSize = 1026;  // a segment could not say how much it carries
+    config.reportSize = 1026; // a segment could not say how much it carries
     EXPECT_THROW(vt::attach(config), std::invalid_argument);
     config.reportSize = 1025;
     EXPECT_NO_THROW(vt::attach(config));
     config.reportSize = 64;
-    config.bench = false;  // nothing attached to a bare adapter
+    config.bench = false; // nothing attached to a bare adapter
     EXPECT_FALSE(vt::i2cEepromContents(vt::attach(config), 0, 0x50));
 }
 
-TEST_F(Enumeration, Open_BySerialPicksTheMatchingAdapterAndFailsForUnknownPathOrOnDemand) {
+TEST_F(Enumeration, Open_BySerialPicksTheMatchingAdapterAndFailsForUnknownPathOrOnDemand)
+{
     vt::AdapterConfig config;
-    auto plain = vt::attach(config);  // no serial: never matches one
+    auto plain = vt::attach(config); // no serial: never matches one
     config.serialNumber = L"B";
     auto b = vt::attach(config);
     hid_device* dev = hid_open(0x1FC9, 0x82FC, L"B");
@@ -117,7 +122,8 @@ TEST_F(Enumeration, Open_BySerialPicksTheMatchingAdapterAndFailsForUnknownPathOr
     EXPECT_NE(open(plain), nullptr);
 }
 
-TEST_F(Enumeration, Counters_CountInitExitAndOpenHandles) {
+TEST_F(Enumeration, Counters_CountInitExitAndOpenHandles)
+{
     auto adapter = vt::attach();
     const std::size_t handlesBefore = vt::counters().openHandles;
     hid_init();
@@ -136,13 +142,14 @@ TEST_F(Enumeration, Counters_CountInitExitAndOpenHandles) {
     EXPECT_EQ(vt::counters().initCalls, 0u);
 }
 
-TEST_F(Enumeration, HandleStrings_ComeFromTheConfigAndAnUnconvertibleSerialIsReportedAsGiven) {
+TEST_F(Enumeration, HandleStrings_ComeFromTheConfigAndAnUnconvertibleSerialIsReportedAsGiven)
+{
     vt::AdapterConfig config;
     config.manufacturer = "Acme";
     auto plain = vt::attach(config);
     std::wstring serial = L"X";
-    serial.push_back(static_cast<wchar_t>(0xD800));    // lone surrogate
-    serial.push_back(static_cast<wchar_t>(0x110000));  // past Unicode
+    serial.push_back(static_cast<wchar_t>(0xD800));   // lone surrogate
+    serial.push_back(static_cast<wchar_t>(0x110000)); // past Unicode
     config.serialNumber = serial;
     auto odd = vt::attach(config);
     hid_device_info* devs = hid_enumerate(0, 0);
@@ -154,7 +161,7 @@ TEST_F(Enumeration, HandleStrings_ComeFromTheConfigAndAnUnconvertibleSerialIsRep
     hid_device* dev = open(plain);
     ASSERT_EQ(hid_get_manufacturer_string(dev, text, 64), 0);
     EXPECT_EQ(std::wstring(text), L"Acme");
-    EXPECT_EQ(hid_get_serial_number_string(dev, text, 64), -1);  // it has none
+    EXPECT_EQ(hid_get_serial_number_string(dev, text, 64), -1); // it has none
     EXPECT_EQ(hid_get_indexed_string(dev, 1, text, 64), -1);
     unsigned char buffer[65] = {0};
     EXPECT_EQ(hid_get_feature_report(dev, buffer, sizeof buffer), -1);
@@ -163,11 +170,11 @@ TEST_F(Enumeration, HandleStrings_ComeFromTheConfigAndAnUnconvertibleSerialIsRep
     dev = open(odd);
     ASSERT_EQ(hid_get_serial_number_string(dev, text, 8), 0);
     EXPECT_EQ(std::wstring(text), serial);
-    ASSERT_EQ(hid_get_serial_number_string(dev, text, 2), 0);  // truncated, terminated
+    ASSERT_EQ(hid_get_serial_number_string(dev, text, 2), 0); // truncated, terminated
     EXPECT_EQ(std::wstring(text), L"X");
     // The firmware's own string 3 is 8-bit text.
     EXPECT_EQ(roundTrip(dev, requestFrame(1, vt::codes::GET_USB_STRING, {3})),
-              vt::responseFrame(1, 0x0407, 0, {4, 'X', '?', '?'}));
+              vt::responseFrame(1, vt::codes::GET_USB_STRING, 0, {4, 'X', '?', '?'}));
 }
 
-}  // namespace
+} // namespace

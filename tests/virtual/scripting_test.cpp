@@ -7,7 +7,8 @@ namespace {
 
 using Scripting = BenchTest;
 
-TEST_F(Scripting, Responder_ReplacesTheFirmwareForItsCodeOnly) {
+TEST_F(Scripting, Responder_ReplacesTheFirmwareForItsCodeOnly)
+{
     std::vector<vt::Bytes> seen;
     adapter->setResponder(0x7003, [&](const vt::Bytes& request) {
         seen.push_back(request);
@@ -16,7 +17,7 @@ TEST_F(Scripting, Responder_ReplacesTheFirmwareForItsCodeOnly) {
             vt::notificationFrame(vt::codes::GPIO_INTERRUPT, 0, {7})};
     });
     EXPECT_EQ(roundTrip(dev, requestFrame(8, 0x7003, {3})), vt::responseFrame(8, 0x7003, 0x42, {1, 0}));
-    EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(0x1481, 0, {7}));
+    EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(vt::codes::GPIO_INTERRUPT, 0, {7}));
     EXPECT_EQ(seen, std::vector<vt::Bytes>{requestFrame(8, 0x7003, {3})});
     EXPECT_EQ(roundTrip(dev, requestFrame(9, 0x7004)), vt::responseFrame(9, 0x7004, 0));
 
@@ -27,66 +28,74 @@ TEST_F(Scripting, Responder_ReplacesTheFirmwareForItsCodeOnly) {
     EXPECT_EQ(roundTrip(dev, requestFrame(11, 0x7003)), vt::responseFrame(11, 0x7003, 0));
 }
 
-TEST_F(Scripting, Responder_MayUseTheControlApiAndThrowSafely) {
-    adapter->setResponder(0x1001, [this](const vt::Bytes&) {
+TEST_F(Scripting, Responder_MayUseTheControlApiAndThrowSafely)
+{
+    adapter->setResponder(vt::codes::UART_DEINIT, [this](const vt::Bytes&) {
         adapter->injectNotification(vt::codes::UART_RX, 0, {1, 0, 'A'});
         return std::vector<vt::Bytes>{};
     });
-    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x1001), 64));
-    EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(0x1081, 0, {1, 0, 'A'}));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, vt::codes::UART_DEINIT), 64));
+    EXPECT_EQ(readFrame(dev, 64, 0), vt::notificationFrame(vt::codes::UART_RX, 0, {1, 0, 'A'}));
 
-    adapter->setResponder(0x1002, [](const vt::Bytes&) -> std::vector<vt::Bytes> { throw std::runtime_error("x"); });
-    EXPECT_FALSE(writeFrame(dev, requestFrame(2, 0x1002), 64));
-    EXPECT_EQ(roundTrip(dev, requestFrame(3, 0x0407, {5})), vt::responseFrame(3, 0x0407, 0, {3, 'A', '1'}));
+    adapter->setResponder(vt::codes::UART_INIT,
+                          [](const vt::Bytes&) -> std::vector<vt::Bytes> { throw std::runtime_error("x"); });
+    EXPECT_FALSE(writeFrame(dev, requestFrame(2, vt::codes::UART_INIT), 64));
+    EXPECT_EQ(roundTrip(dev, requestFrame(3, vt::codes::GET_USB_STRING, {5})),
+              vt::responseFrame(3, vt::codes::GET_USB_STRING, 0, {3, 'A', '1'}));
 }
 
-TEST_F(Scripting, Scripts_AnswerOnlyTheNextRequestWithFramesSegmentedAndReportsVerbatim) {
-    const vt::Bytes wrong = vt::responseFrame(99, 0x0407, 0, {4, 'a', 'b', 'c'});
+TEST_F(Scripting, Scripts_AnswerOnlyTheNextRequestWithFramesSegmentedAndReportsVerbatim)
+{
+    const vt::Bytes wrong = vt::responseFrame(99, vt::codes::GET_USB_STRING, 0, {4, 'a', 'b', 'c'});
     adapter->answerNextRequestWithFrames({wrong, patternBytes(70)});
-    EXPECT_EQ(roundTrip(dev, requestFrame(1, 0x0407, {1})), wrong);
+    EXPECT_EQ(roundTrip(dev, requestFrame(1, vt::codes::GET_USB_STRING, {1})), wrong);
     EXPECT_EQ(readFrame(dev, 64, 0), patternBytes(70));
-    EXPECT_EQ(roundTrip(dev, requestFrame(2, 0x0407, {5})), vt::responseFrame(2, 0x0407, 0, {3, 'A', '1'}));
+    EXPECT_EQ(roundTrip(dev, requestFrame(2, vt::codes::GET_USB_STRING, {5})),
+              vt::responseFrame(2, vt::codes::GET_USB_STRING, 0, {3, 'A', '1'}));
 
     vt::Bytes lying(64, 0x55);
-    lying[0] = 0xFF;  // claims 1023 bytes, first and last
+    lying[0] = 0xFF; // claims 1023 bytes, first and last
     lying[1] = 0x0F;
     const vt::Bytes shortReport{0x0B, 0x00, 1, 2};
     adapter->answerNextRequestWithReports({lying, shortReport});
-    ASSERT_TRUE(writeFrame(dev, requestFrame(3, 0x1401), 64));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(3, vt::codes::GPIO_CONFIGURE_PIN), 64));
     EXPECT_EQ(readReport(dev, 64, 0), lying);
     EXPECT_EQ(readReport(dev, 64, 0), shortReport);
-    adapter->sendFrame(vt::Bytes{});  // an empty frame sends nothing
+    adapter->sendFrame(vt::Bytes{}); // an empty frame sends nothing
     EXPECT_TRUE(nothingPending());
 }
 
-TEST_F(Scripting, Delay_HoldsTheAnswerButNotLaterNotifications) {
+TEST_F(Scripting, Delay_HoldsTheAnswerButNotLaterNotifications)
+{
     // Long enough that a loaded machine cannot reach the checks below after the answer is due.
     adapter->setResponseDelay(1000ms);
     const auto start = std::chrono::steady_clock::now();
-    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x0407, {4}), 64));
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, vt::codes::GET_USB_STRING, {4}), 64));
     EXPECT_TRUE(nothingPending());
     adapter->injectNotification(vt::codes::I3C_HOT_JOIN, 0, {});
-    EXPECT_EQ(readFrame(dev, 64, 1000), vt::notificationFrame(0x1982, 0));  // overtakes the answer
-    EXPECT_EQ(readFrame(dev, 64, -1), vt::responseFrame(1, 0x0407, 0, {6, '1', '.', '0', '.', '0'}));
+    EXPECT_EQ(readFrame(dev, 64, 1000), vt::notificationFrame(vt::codes::I3C_HOT_JOIN, 0)); // overtakes the answer
+    EXPECT_EQ(readFrame(dev, 64, -1), vt::responseFrame(1, vt::codes::GET_USB_STRING, 0, {6, '1', '.', '0', '.', '0'}));
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1000ms);
 
     adapter->setResponseDelay(0ms);
-    EXPECT_TRUE(roundTrip(dev, requestFrame(2, 0x0407, {4}), 64, 0));
+    EXPECT_TRUE(roundTrip(dev, requestFrame(2, vt::codes::GET_USB_STRING, {4}), 64, 0));
 }
 
-TEST_F(Scripting, Drop_SwallowsTheNextAnswersOnly) {
+TEST_F(Scripting, Drop_SwallowsTheNextAnswersOnly)
+{
     adapter->setResponder(0x7005, [](const vt::Bytes&) { return std::vector<vt::Bytes>{}; });
     adapter->dropNextResponses(2);
-    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x7005), 64));  // unanswered anyway: not counted
+    ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x7005), 64)); // unanswered anyway: not counted
     ASSERT_TRUE(writeFrame(dev, requestFrame(2, 0x7001), 64));
     ASSERT_TRUE(writeFrame(dev, requestFrame(3, 0x7001), 64));
     EXPECT_TRUE(nothingPending());
     EXPECT_EQ(roundTrip(dev, requestFrame(4, 0x7001)), vt::responseFrame(4, 0x7001, 0));
 }
 
-TEST_F(Scripting, WriteFailure_ReturnsMinusOneAndReachesNoFirmware) {
+TEST_F(Scripting, WriteFailure_ReturnsMinusOneAndReachesNoFirmware)
+{
     adapter->setWriteFails(true);
-    const vt::Bytes report = outputReports(requestFrame(1, 0x0407, {1}), 64)[0];
+    const vt::Bytes report = outputReports(requestFrame(1, vt::codes::GET_USB_STRING, {1}), 64)[0];
     EXPECT_EQ(hid_write(dev, report.data(), report.size()), -1);
     ASSERT_EQ(adapter->writtenReports().size(), 1u);
     EXPECT_FALSE(adapter->writtenReports()[0].accepted);
@@ -95,7 +104,8 @@ TEST_F(Scripting, WriteFailure_ReturnsMinusOneAndReachesNoFirmware) {
     EXPECT_EQ(hid_write(dev, report.data(), report.size()), 65);
 }
 
-TEST_F(Scripting, Records_ClearAndStopWhileRequestsAreStillCounted) {
+TEST_F(Scripting, Records_ClearAndStopWhileRequestsAreStillCounted)
+{
     ASSERT_TRUE(writeFrame(dev, requestFrame(1, 0x7001), 64));
     adapter->clearRecords();
     EXPECT_TRUE(adapter->writtenReports().empty());
@@ -108,4 +118,4 @@ TEST_F(Scripting, Records_ClearAndStopWhileRequestsAreStillCounted) {
     EXPECT_TRUE(adapter->writtenReports().empty());
 }
 
-}  // namespace
+} // namespace

@@ -7,23 +7,24 @@ namespace {
 
 class Transport : public VirtualAdapterTest {};
 
-TEST_F(Transport, Write_AcceptsOnlyOneWholeOutputReport) {
+TEST_F(Transport, Write_AcceptsOnlyOneWholeOutputReport)
+{
     for (const std::uint16_t productId : {std::uint16_t{0x82FC}, std::uint16_t{0x82FD}}) {
         vt::AdapterConfig config;
         config.productId = productId;
         auto adapter = vt::attach(config);
         const std::size_t size = adapter.reportSize() + 1;
         hid_device* dev = open(adapter);
-        vt::Bytes report = outputReports(requestFrame(1, 0x0407, {1}), adapter.reportSize())[0];
+        vt::Bytes report = outputReports(requestFrame(1, vt::codes::GET_USB_STRING, {1}), adapter.reportSize())[0];
         ASSERT_EQ(report.size(), size);
         EXPECT_EQ(hid_write(dev, report.data(), size - 1), -1);
         EXPECT_EQ(hid_write(dev, report.data(), size), static_cast<int>(size));
         report.push_back(0);
         EXPECT_EQ(hid_write(dev, report.data(), size + 1), -1);
-        report[0] = 1;  // the adapter has no numbered reports
+        report[0] = 1; // the adapter has no numbered reports
         EXPECT_EQ(hid_write(dev, report.data(), size), -1);
 
-        const auto written = adapter.writtenReports();  // refused reports are recorded too
+        const auto written = adapter.writtenReports(); // refused reports are recorded too
         ASSERT_EQ(written.size(), 4u);
         for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(written[i].accepted, i == 1);
         EXPECT_EQ(written[2].bytes.size(), size + 1);
@@ -34,14 +35,16 @@ TEST_F(Transport, Write_AcceptsOnlyOneWholeOutputReport) {
 // Frames of exactly one segment's capacity and one byte more, both directions.
 class Segmentation : public Transport, public ::testing::WithParamInterface<std::pair<std::uint16_t, std::size_t>> {};
 
-TEST_P(Segmentation, FramesSplitAtSegmentCapacityBothWays) {
+TEST_P(Segmentation, FramesSplitAtSegmentCapacityBothWays)
+{
     const auto [productId, frameSize] = GetParam();
     vt::AdapterConfig config;
     config.productId = productId;
     auto adapter = vt::attach(config);
     const std::size_t capacity = adapter.reportSize() - 2;
-    vt::Bytes frame = requestFrame(5, 0x0D04, patternBytes(frameSize - 4));
-    adapter.setResponder(0x0D04, [](const vt::Bytes& request) { return std::vector<vt::Bytes>{request}; });
+    vt::Bytes frame = requestFrame(5, vt::codes::SPI_TRANSFER, patternBytes(frameSize - 4));
+    adapter.setResponder(vt::codes::SPI_TRANSFER,
+                         [](const vt::Bytes& request) { return std::vector<vt::Bytes>{request}; });
     hid_device* dev = open(adapter);
 
     ASSERT_TRUE(writeFrame(dev, frame, adapter.reportSize()));
@@ -57,9 +60,9 @@ TEST_P(Segmentation, FramesSplitAtSegmentCapacityBothWays) {
     if (split) {
         EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 1);
         EXPECT_EQ(headerOf(reports[1]), 1 << 2 | 2);
-        EXPECT_EQ(reports[1].back(), 0);  // zero padded
+        EXPECT_EQ(reports[1].back(), 0); // zero padded
     } else {
-        EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 3);  // 0x00FB for 62 bytes
+        EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 3); // 0x00FB for 62 bytes
     }
 }
 
@@ -69,23 +72,26 @@ INSTANTIATE_TEST_SUITE_P(Boundaries, Segmentation,
                                            std::make_pair(std::uint16_t{0x82FD}, std::size_t{1022}),
                                            std::make_pair(std::uint16_t{0x82FD}, std::size_t{1023})));
 
-TEST_F(Transport, MalformedSegments_AreReadNoFurtherThanTheReportAndAContinuationJoinsTheLastFrame) {
+TEST_F(Transport, MalformedSegments_AreReadNoFurtherThanTheReportAndAContinuationJoinsTheLastFrame)
+{
     auto adapter = vt::attach();
     hid_device* dev = open(adapter);
     vt::Bytes report(65, 0xAA);
     report[0] = 0;
-    report[1] = 0xFF;  // 1023 bytes, first and last
+    report[1] = 0xFF; // 1023 bytes, first and last
     report[2] = 0x0F;
     ASSERT_EQ(hid_write(dev, report.data(), report.size()), 65);
     report = vt::Bytes(65, 0);
-    report[1] = 2 << 2 | 2;  // last only, 2 bytes
+    report[1] = 2 << 2 | 2; // last only, 2 bytes
     report[3] = 0xA1;
     report[4] = 0xA2;
     ASSERT_EQ(hid_write(dev, report.data(), report.size()), 65);
-    EXPECT_EQ(adapter.requests(), (std::vector<vt::Bytes>{vt::Bytes(62, 0xAA), concat(vt::Bytes(62, 0xAA), {0xA1, 0xA2})}));
+    EXPECT_EQ(adapter.requests(),
+              (std::vector<vt::Bytes>{vt::Bytes(62, 0xAA), concat(vt::Bytes(62, 0xAA), {0xA1, 0xA2})}));
 }
 
-TEST_F(Transport, Read_ZeroTimeoutOrNonblockingReturnsAtOncePositiveWaitsItOut) {
+TEST_F(Transport, Read_ZeroTimeoutOrNonblockingReturnsAtOncePositiveWaitsItOut)
+{
     auto adapter = vt::attach();
     hid_device* dev = open(adapter);
     unsigned char buffer[64];
@@ -98,12 +104,13 @@ TEST_F(Transport, Read_ZeroTimeoutOrNonblockingReturnsAtOncePositiveWaitsItOut) 
     ASSERT_EQ(hid_set_nonblocking(dev, 0), 0);
 
     adapter.sendReport(patternBytes(64));
-    EXPECT_EQ(hid_read(dev, buffer, 10), 10);  // at most len bytes
+    EXPECT_EQ(hid_read(dev, buffer, 10), 10); // at most len bytes
     EXPECT_EQ(buffer[9], patternBytes(10)[9]);
-    EXPECT_EQ(hid_read_timeout(dev, buffer, sizeof buffer, 0), 0);  // the rest is gone with it
+    EXPECT_EQ(hid_read_timeout(dev, buffer, sizeof buffer, 0), 0); // the rest is gone with it
 }
 
-TEST_F(Transport, BlockingRead_IsWokenByClose) {
+TEST_F(Transport, BlockingRead_IsWokenByClose)
+{
     auto adapter = vt::attach();
     hid_device* dev = hid_open_path(adapter.path().c_str());
     int result = 0;
@@ -114,7 +121,8 @@ TEST_F(Transport, BlockingRead_IsWokenByClose) {
     EXPECT_EQ(result, -1);
 }
 
-TEST_F(Transport, Unplug_FailsPendingReadThenEveryCallAtOnce) {
+TEST_F(Transport, Unplug_FailsPendingReadThenEveryCallAtOnce)
+{
     auto adapter = vt::attach();
     hid_device* dev = open(adapter);
     hid_device* other = open(adapter);
@@ -122,45 +130,47 @@ TEST_F(Transport, Unplug_FailsPendingReadThenEveryCallAtOnce) {
     int result = 0;
     std::thread reader([&] {
         std::vector<unsigned char> buffer(64);
-        hid_read_timeout(dev, buffer.data(), 64, -1);  // takes the queued report
+        hid_read_timeout(dev, buffer.data(), 64, -1); // takes the queued report
         result = hid_read_timeout(dev, buffer.data(), 64, -1);
     });
     ASSERT_TRUE(adapter.waitForBlockedReaders(1, 5s));
     adapter.unplug();
     reader.join();
     EXPECT_EQ(result, -1);
-    EXPECT_EQ(hid_read_timeout(other, std::vector<unsigned char>(64).data(), 64, 0), -1);  // queued report lost
+    EXPECT_EQ(hid_read_timeout(other, std::vector<unsigned char>(64).data(), 64, 0), -1); // queued report lost
 
-    const vt::Bytes report = outputReports(requestFrame(1, 0x0407, {1}), 64)[0];
+    const vt::Bytes report = outputReports(requestFrame(1, vt::codes::GET_USB_STRING, {1}), 64)[0];
     EXPECT_EQ(hid_write(dev, report.data(), report.size()), -1);
     EXPECT_EQ(hid_read_timeout(dev, std::vector<unsigned char>(64).data(), 64, 1000), -1);
-    adapter.replug();  // the old handle stays dead; a new one works
+    adapter.replug(); // the old handle stays dead; a new one works
     EXPECT_EQ(hid_write(dev, report.data(), report.size()), -1);
     hid_device* fresh = open(adapter);
     ASSERT_NE(fresh, nullptr);
-    EXPECT_TRUE(roundTrip(fresh, requestFrame(2, 0x0407, {1})));
+    EXPECT_TRUE(roundTrip(fresh, requestFrame(2, vt::codes::GET_USB_STRING, {1})));
 }
 
-TEST_F(Transport, Replug_ForgetsHalfAFrame) {
+TEST_F(Transport, Replug_ForgetsHalfAFrame)
+{
     auto adapter = vt::attach();
     hid_device* dev = open(adapter);
-    const auto reports = outputReports(requestFrame(1, 0x0D04, patternBytes(100)), 64);
+    const auto reports = outputReports(requestFrame(1, vt::codes::SPI_TRANSFER, patternBytes(100)), 64);
     ASSERT_EQ(hid_write(dev, reports[0].data(), reports[0].size()), 65);
     adapter.unplug();
     adapter.replug();
     dev = open(adapter);
     ASSERT_EQ(hid_write(dev, reports[1].data(), reports[1].size()), 65);
     ASSERT_EQ(adapter.requests().size(), 1u);
-    EXPECT_EQ(adapter.requests()[0].size(), 42u);  // only the continuation
+    EXPECT_EQ(adapter.requests()[0].size(), 42u); // only the continuation
 }
 
-TEST_F(Transport, EveryOpenHandle_ReceivesEveryReport) {
+TEST_F(Transport, EveryOpenHandle_ReceivesEveryReport)
+{
     auto adapter = vt::attach();
     hid_device* first = open(adapter);
     hid_device* second = open(adapter);
-    const auto answer = roundTrip(first, requestFrame(3, 0x0407, {4}));
+    const auto answer = roundTrip(first, requestFrame(3, vt::codes::GET_USB_STRING, {4}));
     ASSERT_TRUE(answer);
     EXPECT_EQ(readFrame(second, 64, 0), answer);
 }
 
-}  // namespace
+} // namespace

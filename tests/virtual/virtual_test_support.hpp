@@ -17,38 +17,46 @@
 namespace vt = tarvix_virtual;
 using namespace std::chrono_literals;
 
-inline vt::Bytes requestFrame(std::uint16_t tid, std::uint16_t code, const vt::Bytes& payload = {}) {
+inline vt::Bytes requestFrame(std::uint16_t tid, std::uint16_t code, const vt::Bytes& payload = {})
+{
     vt::Bytes frame{static_cast<std::uint8_t>(tid), static_cast<std::uint8_t>(tid >> 8),
                     static_cast<std::uint8_t>(code), static_cast<std::uint8_t>(code >> 8)};
     frame.insert(frame.end(), payload.begin(), payload.end());
     return frame;
 }
 
-inline vt::Bytes patternBytes(std::size_t size) {
+inline vt::Bytes patternBytes(std::size_t size)
+{
     vt::Bytes bytes(size);
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + 1);
     return bytes;
 }
 
-inline vt::Bytes u16(std::uint16_t value) {
+inline vt::Bytes u16(std::uint16_t value)
+{
     return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
 }
 
-inline vt::Bytes concat(vt::Bytes a, const vt::Bytes& b) {
+inline vt::Bytes concat(vt::Bytes a, const vt::Bytes& b)
+{
     a.insert(a.end(), b.begin(), b.end());
     return a;
 }
 
-inline std::uint16_t headerOf(const vt::Bytes& report) { return static_cast<std::uint16_t>(report[0] | report[1] << 8); }
+inline std::uint16_t headerOf(const vt::Bytes& report)
+{
+    return static_cast<std::uint16_t>(report[0] | report[1] << 8);
+}
 
 // Output reports (report ID 0 first) that carry @p frame.
-inline std::vector<vt::Bytes> outputReports(const vt::Bytes& frame, std::size_t reportSize) {
+inline std::vector<vt::Bytes> outputReports(const vt::Bytes& frame, std::size_t reportSize)
+{
     std::vector<vt::Bytes> reports;
     const std::size_t capacity = reportSize - 2;
     for (std::size_t offset = 0; offset < frame.size(); offset += capacity) {
         const std::size_t count = std::min(capacity, frame.size() - offset);
-        const unsigned header = static_cast<unsigned>(count << 2) | (offset == 0 ? 1u : 0u) |
-                                (offset + count == frame.size() ? 2u : 0u);
+        const unsigned header =
+            static_cast<unsigned>(count << 2) | (offset == 0 ? 1u : 0u) | (offset + count == frame.size() ? 2u : 0u);
         vt::Bytes report(reportSize + 1, 0);
         report[1] = static_cast<std::uint8_t>(header);
         report[2] = static_cast<std::uint8_t>(header >> 8);
@@ -58,7 +66,8 @@ inline std::vector<vt::Bytes> outputReports(const vt::Bytes& frame, std::size_t 
     return reports;
 }
 
-inline bool writeFrame(hid_device* dev, const vt::Bytes& frame, std::size_t reportSize) {
+inline bool writeFrame(hid_device* dev, const vt::Bytes& frame, std::size_t reportSize)
+{
     for (const vt::Bytes& report : outputReports(frame, reportSize)) {
         if (hid_write(dev, report.data(), report.size()) != static_cast<int>(report.size())) return false;
     }
@@ -66,7 +75,8 @@ inline bool writeFrame(hid_device* dev, const vt::Bytes& frame, std::size_t repo
 }
 
 // Reads one input report; empty on timeout or error.
-inline vt::Bytes readReport(hid_device* dev, std::size_t reportSize, int timeoutMs) {
+inline vt::Bytes readReport(hid_device* dev, std::size_t reportSize, int timeoutMs)
+{
     vt::Bytes report(reportSize);
     const int n = hid_read_timeout(dev, report.data(), report.size(), timeoutMs);
     report.resize(n > 0 ? static_cast<std::size_t>(n) : 0);
@@ -75,7 +85,8 @@ inline vt::Bytes readReport(hid_device* dev, std::size_t reportSize, int timeout
 
 // Reads reports until one closes a frame; the raw reports go to @p reports if given.
 inline std::optional<vt::Bytes> readFrame(hid_device* dev, std::size_t reportSize, int timeoutMs,
-                                          std::vector<vt::Bytes>* reports = nullptr) {
+                                          std::vector<vt::Bytes>* reports = nullptr)
+{
     vt::Bytes frame;
     for (;;) {
         const vt::Bytes report = readReport(dev, reportSize, timeoutMs);
@@ -90,37 +101,46 @@ inline std::optional<vt::Bytes> readFrame(hid_device* dev, std::size_t reportSiz
 }
 
 // The status of an answer (0xFFFF for none), and what follows it.
-inline std::uint16_t statusOf(const vt::Bytes& answer) {
+inline std::uint16_t statusOf(const vt::Bytes& answer)
+{
     return answer.size() < 6 ? std::uint16_t{0xFFFF} : static_cast<std::uint16_t>(answer[4] | answer[5] << 8);
 }
-inline vt::Bytes payloadOf(const vt::Bytes& answer) {
+inline vt::Bytes payloadOf(const vt::Bytes& answer)
+{
     return answer.size() < 6 ? vt::Bytes{} : vt::Bytes(answer.begin() + 6, answer.end());
 }
-inline std::uint16_t code(vt::DeviceStatus status) { return static_cast<std::uint16_t>(status); }
+inline std::uint16_t code(vt::DeviceStatus status)
+{
+    return static_cast<std::uint16_t>(status);
+}
 
 // Resets the registry around each test and closes the handles it opened.
 class VirtualAdapterTest : public ::testing::Test {
 protected:
     void SetUp() override { vt::reset(); }
-    void TearDown() override {
+    void TearDown() override
+    {
         for (hid_device* dev : opened_) hid_close(dev);
         vt::reset();
     }
 
-    hid_device* open(const vt::VirtualAdapter& adapter) {
+    hid_device* open(const vt::VirtualAdapter& adapter)
+    {
         hid_device* dev = hid_open_path(adapter.path().c_str());
         if (dev) opened_.push_back(dev);
         return dev;
     }
 
-    void close(hid_device* dev) {
+    void close(hid_device* dev)
+    {
         opened_.erase(std::remove(opened_.begin(), opened_.end(), dev), opened_.end());
         hid_close(dev);
     }
 
     // One request, one answer, through hidapi.
     std::optional<vt::Bytes> roundTrip(hid_device* dev, const vt::Bytes& request, std::size_t reportSize = 64,
-                                       int timeoutMs = 1000) {
+                                       int timeoutMs = 1000)
+    {
         if (!writeFrame(dev, request, reportSize)) return std::nullopt;
         return readFrame(dev, reportSize, timeoutMs);
     }
@@ -137,7 +157,8 @@ protected:
 
     virtual vt::AdapterConfig config() const { return {}; }
 
-    void SetUp() override {
+    void SetUp() override
+    {
         VirtualAdapterTest::SetUp();
         adapter = vt::attach(config());
         dev = open(*adapter);
@@ -145,7 +166,8 @@ protected:
     }
 
     // Sends one command and returns its answer (empty if none came).
-    vt::Bytes call(std::uint16_t command, const vt::Bytes& payload = {}) {
+    vt::Bytes call(std::uint16_t command, const vt::Bytes& payload = {})
+    {
         return roundTrip(dev, requestFrame(++tid_, command, payload), adapter->reportSize()).value_or(vt::Bytes{});
     }
 

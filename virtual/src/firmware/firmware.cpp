@@ -1,38 +1,36 @@
 #include "firmware/firmware.hpp"
 
-#include "frame.hpp"
-
 namespace tarvix_virtual::detail {
 
-std::uint16_t Request::code() const { return loadU16(frame_ + 2); }
-
-std::optional<std::uint8_t> Request::payloadU8(std::size_t offset) const {
-    if (offset >= payloadSize()) return std::nullopt;
-    return frame_[kRequestHeaderSize + offset];
+Reply::Reply(const Request& request, std::vector<std::uint8_t>& frame) : FieldWriter(frame), frame_(frame)
+{
+    frame_ = responseFrame(request.transactionId(), request.code(), static_cast<std::uint16_t>(DeviceStatus::SUCCESS));
 }
 
-std::vector<std::uint8_t> Request::payload() const {
-    return std::vector<std::uint8_t>(frame_ + kRequestHeaderSize, frame_ + size_);
+void Reply::setStatus(std::uint16_t status)
+{
+    storeU16(frame_.data() + kStatusOffset, status);
 }
 
-void Reply::setStatus(std::uint16_t status) { storeU16(frame_.data() + 4, status); }
-
-void Reply::notify(std::uint16_t code, const std::vector<std::uint8_t>& payload) {
-    std::vector<std::uint8_t> frame;
-    appendU16(frame, 0);
-    appendU16(frame, code);
-    appendU16(frame, 0);
-    frame.insert(frame.end(), payload.begin(), payload.end());
-    notifications_.push_back(std::move(frame));
+void Reply::notify(std::uint16_t code, const std::vector<std::uint8_t>& payload)
+{
+    notifications_.push_back(notificationFrame(code, static_cast<std::uint16_t>(DeviceStatus::SUCCESS), payload));
 }
 
-void Reply::appendBytes(const std::uint8_t* data, std::size_t size) {
-    frame_.insert(frame_.end(), data, data + size);
+void restartFirmware(FirmwareState& state)
+{
+    state.rails.restart();
+    state.gpio.restart();
+    state.i2c.restart();
+    state.spi.restart();
+    state.uart.restart();
+    state.i3c.restart();
 }
 
 namespace {
 
-const CommandTable& commandTable() {
+const CommandTable& commandTable()
+{
     static const CommandTable table = [] {
         CommandTable t;
         registerSystemCommands(t);
@@ -47,22 +45,17 @@ const CommandTable& commandTable() {
     return table;
 }
 
-}  // namespace
+} // namespace
 
-bool Firmware::answer(const std::uint8_t* request, std::size_t size,
-                      std::vector<std::uint8_t>& response,
-                      std::vector<std::vector<std::uint8_t>>& notifications) {
-    // Every answer echoes the request's tid and code; a command this firmware
-    // does not model is acknowledged with SUCCESS and no payload, so the host
-    // side of any family can be exercised before its model exists.
-    response.assign(request, request + kRequestHeaderSize);
-    appendU16(response, 0);
-    Reply reply(response);
+bool Firmware::answer(const std::uint8_t* request, std::size_t size, std::vector<std::uint8_t>& response,
+                      std::vector<std::vector<std::uint8_t>>& notifications)
+{
     const Request req(request, size);
+    Reply reply(req, response);
     const auto& table = commandTable();
     if (const auto it = table.find(req.code()); it != table.end()) it->second(state_, req, reply);
     notifications = std::move(reply.notifications());
     return !reply.suppressed();
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -1,18 +1,40 @@
-// The adapter's firmware model: a table of command handlers, one source file
-// per command family. A family file defines register<Family>Commands(), which
-// adds its handlers by command code; commandTable() in firmware.cpp calls each
-// of those once. Adding a family (gpio.cpp, i2c.cpp, spi.cpp, uart.cpp,
-// i3c.cpp, ...) means: write the file, declare its register function below,
-// call it from commandTable(), list the file in virtual/CMakeLists.txt, and
-// put any per-adapter state the family keeps into FirmwareState.
+// The adapter's firmware model: a table of command handlers by command code,
+// one source file per command family.
+//
+// Adding a command:
+//   1. Name its code in `codes` (tarvix_virtual/virtual_adapter.hpp).
+//   2. In its family's file write a CommandHandler. It reads the payload with
+//      the Request's field functions at offsets named in that file (a field
+//      the host did not send whole is std::nullopt), sets the Reply's status
+//      when it is not SUCCESS and appends the answer's payload fields to it.
+//   3. Add it to the family's register<Family>Commands() under its code.
+// A code with no handler is answered SUCCESS with no payload, so the host side
+// of a command can be exercised before its model exists.
+//
+// Adding a family: write firmware/<family>.cpp (virtual/CMakeLists.txt takes
+// every file here) with its register function, declare that below and call it
+// from commandTable() in firmware.cpp. Declare the state it keeps between
+// commands in firmware/<family>.hpp as a member of FirmwareState, with a
+// restart() that restartFirmware() calls.
+//
+// Leaving the bus. The real adapter answers neither RESET_DEVICE nor
+// ENTER_BOOT_MODE: it restarts, or drops into its ROM boot loader, and
+// disappears from USB. The model suppresses the answer and records a
+// Departure, which the device core takes after the command and carries out:
+// after a reset the adapter is off the bus for its restart time
+// (AdapterConfig::restartTime, 200 ms by default) and comes back by itself,
+// its settings at their power-on values (restartFirmware) and its bench as it
+// was; in boot mode it stays away until the test replugs it, since the boot
+// loader is not modelled.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "firmware/gpio.hpp"
@@ -21,9 +43,19 @@
 #include "firmware/rails.hpp"
 #include "firmware/spi.hpp"
 #include "firmware/uart.hpp"
+#include "frame.hpp"
+#include "tarvix_virtual/i3c_bus.hpp"
 #include "tarvix_virtual/virtual_adapter.hpp"
 
 namespace tarvix_virtual::detail {
+
+// What the adapter does to its USB connection once the current command is
+// handled.
+enum class Departure : std::uint8_t {
+    STAY,        // nothing: the usual case
+    RESTART,     // leaves the bus and comes back after its restart time
+    BOOT_LOADER, // leaves the bus for the ROM boot loader until replugged
+};
 
 // Everything the firmware of one adapter remembers between commands. Each
 // family keeps its own part, declared in firmware/<family>.hpp.
@@ -37,33 +69,43 @@ struct FirmwareState {
     SpiState spi;
     UartState uart;
     I3cState i3c;
+    Departure departure = Departure::STAY;
 };
 
-// A whole request frame: tid u16, code u16, then the command's payload.
-class Request {
+// What a restart (reset command, power cycle) does to the adapter's own
+// state: every family's controller settings go back to their power-on
+// values, while what is attached to the pins (targets, wires, memory
+// contents) stays as it is.
+void restartFirmware(FirmwareState& state);
+
+// A request frame read field by field: tid u16, code u16, then the command's
+// payload. The field functions take payload offsets (0 = frame byte 4); a
+// frame too short to hold a code has code 0 and no payload.
+class Request : public FieldReader {
 public:
-    Request(const std::uint8_t* frame, std::size_t size) : frame_(frame), size_(size) {}
-    std::uint16_t code() const;
-    std::size_t payloadSize() const { return size_ - 4; }
-    // Payload byte at @p offset (0 = frame byte 4), if the host sent it.
-    std::optional<std::uint8_t> payloadU8(std::size_t offset) const;
-    // A copy of the whole payload (frame bytes 4 onward).
-    std::vector<std::uint8_t> payload() const;
+    Request(const std::uint8_t* frame, std::size_t size)
+        : FieldReader(frame + std::min(size, kRequestHeaderSize), size - std::min(size, kRequestHeaderSize)),
+          transactionId_(size >= kRequestHeaderSize ? loadU16(frame) : 0),
+          code_(size >= kRequestHeaderSize ? loadU16(frame + 2) : 0)
+    {}
+    std::uint16_t transactionId() const { return transactionId_; }
+    std::uint16_t code() const { return code_; }
 
 private:
-    const std::uint8_t* frame_;
-    std::size_t size_;
+    std::uint16_t transactionId_;
+    std::uint16_t code_;
 };
 
-// The response under construction. It starts as "echo tid and code, status
-// SUCCESS, no payload"; a handler adds to it or suppresses it.
-class Reply {
+// The answer under construction, built field by field after its header. It
+// starts as "echo tid and code, status SUCCESS, no payload"; a handler sets
+// the status, appends payload fields, or suppresses the answer.
+class Reply : public FieldWriter {
 public:
-    explicit Reply(std::vector<std::uint8_t>& frame) : frame_(frame) {}
+    // Starts the answer to @p request in @p frame, replacing what it held.
+    Reply(const Request& request, std::vector<std::uint8_t>& frame);
     void setStatus(std::uint16_t status);
     void setStatus(DeviceStatus status) { setStatus(static_cast<std::uint16_t>(status)); }
-    void appendU8(std::uint8_t value) { frame_.push_back(value); }
-    void appendBytes(const std::uint8_t* data, std::size_t size);
+    void setStatus(I3cStatus status) { setStatus(static_cast<std::uint16_t>(status)); }
     // The command is not answered at all (reset, boot mode).
     void suppress() { suppressed_ = true; }
     bool suppressed() const { return suppressed_; }
@@ -77,6 +119,10 @@ private:
     bool suppressed_ = false;
     std::vector<std::vector<std::uint8_t>> notifications_;
 };
+
+// A register address travels in a 4-byte field of the I2C and I3C transfer
+// requests, so it has at most 4 bytes.
+inline constexpr std::size_t kMaxRegisterBytes = 4;
 
 using CommandHandler = void (*)(FirmwareState& state, const Request& request, Reply& reply);
 using CommandTable = std::unordered_map<std::uint16_t, CommandHandler>;
@@ -93,15 +139,18 @@ void registerI3cCommands(CommandTable& table);
 class Firmware {
 public:
     explicit Firmware(FirmwareState state) : state_(std::move(state)) {}
-    // Answers one whole request frame of at least 4 bytes into @p response
-    // (cleared first) and any notifications it raises into @p notifications
-    // (cleared first). Returns false when the command sends no answer.
+    // Answers one whole request frame into @p response (replaced) and any
+    // notifications it raises into @p notifications (replaced). Returns false
+    // when the command sends no answer. The device core passes only frames
+    // that hold a command code (a shorter one would read as code 0).
     bool answer(const std::uint8_t* request, std::size_t size, std::vector<std::uint8_t>& response,
                 std::vector<std::vector<std::uint8_t>>& notifications);
     FirmwareState& state() { return state_; }
+    // What the last command asked of the USB connection; STAY from then on.
+    Departure takeDeparture() { return std::exchange(state_.departure, Departure::STAY); }
 
 private:
     FirmwareState state_;
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

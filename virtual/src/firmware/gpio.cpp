@@ -5,7 +5,8 @@
 
 namespace tarvix_virtual::detail {
 
-std::array<bool, GpioState::kPins> GpioState::levels() const {
+std::array<bool, GpioState::kPins> GpioState::levels() const
+{
     std::array<bool, kPins> result{};
     for (std::size_t i = 0; i < kPins; ++i) {
         const GpioPin& pin = pins[i];
@@ -20,7 +21,8 @@ std::array<bool, GpioState::kPins> GpioState::levels() const {
     return result;
 }
 
-std::vector<std::uint8_t> GpioState::fired(const std::array<bool, kPins>& before) const {
+std::vector<std::uint8_t> GpioState::fired(const std::array<bool, kPins>& before) const
+{
     const std::array<bool, kPins> now = levels();
     std::vector<std::uint8_t> result;
     for (std::size_t i = 0; i < kPins; ++i) {
@@ -32,7 +34,8 @@ std::vector<std::uint8_t> GpioState::fired(const std::array<bool, kPins>& before
     return result;
 }
 
-void GpioState::wire(std::uint8_t a, std::uint8_t b) {
+void GpioState::wire(std::uint8_t a, std::uint8_t b)
+{
     unwire(a);
     unwire(b);
     if (a == b) return;
@@ -40,12 +43,14 @@ void GpioState::wire(std::uint8_t a, std::uint8_t b) {
     wiredTo[b] = a;
 }
 
-void GpioState::unwire(std::uint8_t pin) {
+void GpioState::unwire(std::uint8_t pin)
+{
     if (const auto other = wiredTo[pin]) wiredTo[*other].reset();
     wiredTo[pin].reset();
 }
 
-void GpioState::restart() {
+void GpioState::restart()
+{
     for (GpioPin& pin : pins) {
         pin.function = PinFunction::INPUT;
         pin.output = false;
@@ -55,10 +60,17 @@ void GpioState::restart() {
 
 namespace {
 
+// Payload offsets. Every GPIO command starts with the pin number.
+constexpr std::size_t kPin = 0;
+constexpr std::size_t kFunction = 1;     // configure
+constexpr std::size_t kInitialLevel = 2; // configure: level an output starts at
+constexpr std::size_t kLevel = 1;        // write
+constexpr std::size_t kTrigger = 1;      // arm
 
-// Every GPIO command starts with the pin number; the adapter has pins 0..7.
-std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply) {
-    const auto pin = request.payloadU8(0);
+// The adapter has pins 0..7.
+std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply)
+{
+    const auto pin = request.u8(kPin);
     if (!pin || *pin >= GpioState::kPins) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return std::nullopt;
@@ -66,8 +78,9 @@ std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply) {
     return pin;
 }
 
-std::optional<bool> levelAt(const Request& request, std::size_t offset, Reply& reply) {
-    const auto level = request.payloadU8(offset);
+std::optional<bool> levelAt(const Request& request, std::size_t offset, Reply& reply)
+{
+    const auto level = request.u8(offset);
     if (!level || *level > 1) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return std::nullopt;
@@ -77,18 +90,19 @@ std::optional<bool> levelAt(const Request& request, std::size_t offset, Reply& r
 
 // A change to the pins may fire interrupts; they follow the command's answer.
 template <class Change>
-void changePins(GpioState& gpio, Reply& reply, Change&& change) {
+void changePins(GpioState& gpio, Reply& reply, Change&& change)
+{
     const auto before = gpio.levels();
     change();
     for (const std::uint8_t pin : gpio.fired(before)) reply.notify(codes::GPIO_INTERRUPT, {pin});
 }
 
-// Payload: pin, function, initial level (used by outputs). Leaving the
-// interrupt function disarms the pin.
-void configurePin(FirmwareState& state, const Request& request, Reply& reply) {
+// Leaving the interrupt function disarms the pin.
+void configurePin(FirmwareState& state, const Request& request, Reply& reply)
+{
     const auto pin = pinOf(request, reply);
     if (!pin) return;
-    const auto function = request.payloadU8(1);
+    const auto function = request.u8(kFunction);
     if (!function) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
@@ -97,7 +111,7 @@ void configurePin(FirmwareState& state, const Request& request, Reply& reply) {
         reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
-    const auto level = levelAt(request, 2, reply);
+    const auto level = levelAt(request, kInitialLevel, reply);
     if (!level) return;
     changePins(state.gpio, reply, [&] {
         GpioPin& target = state.gpio.pins[*pin];
@@ -107,11 +121,12 @@ void configurePin(FirmwareState& state, const Request& request, Reply& reply) {
     });
 }
 
-// Payload: pin, level. Only an output can be written.
-void digitalWrite(FirmwareState& state, const Request& request, Reply& reply) {
+// Only an output can be written.
+void digitalWrite(FirmwareState& state, const Request& request, Reply& reply)
+{
     const auto pin = pinOf(request, reply);
     if (!pin) return;
-    const auto level = levelAt(request, 1, reply);
+    const auto level = levelAt(request, kLevel, reply);
     if (!level) return;
     GpioPin& target = state.gpio.pins[*pin];
     if (target.function != PinFunction::OUTPUT) {
@@ -121,29 +136,30 @@ void digitalWrite(FirmwareState& state, const Request& request, Reply& reply) {
     changePins(state.gpio, reply, [&] { target.output = *level; });
 }
 
-// Payload: pin. Answer: one level byte, also on failure (then 0), so the
+// Answer: one level byte, also on failure (then 0), so the
 // answer always has the shape the host decodes.
-void digitalRead(FirmwareState& state, const Request& request, Reply& reply) {
+void digitalRead(FirmwareState& state, const Request& request, Reply& reply)
+{
     const auto pin = pinOf(request, reply);
     bool level = false;
     if (pin && state.gpio.pins[*pin].function == PinFunction::DISABLED)
         reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
     else if (pin)
         level = state.gpio.levels()[*pin];
-    reply.appendU8(level ? 1 : 0);
+    reply.u8(level ? 1 : 0);
 }
 
-// Payload: pin, trigger 1..3. The pin must be configured as DIGITAL_INTERRUPT.
-void armInterrupt(FirmwareState& state, const Request& request, Reply& reply) {
+// Triggers 1..3 are accepted; the pin must be configured as DIGITAL_INTERRUPT.
+void armInterrupt(FirmwareState& state, const Request& request, Reply& reply)
+{
     const auto pin = pinOf(request, reply);
     if (!pin) return;
-    const auto trigger = request.payloadU8(1);
+    const auto trigger = request.u8(kTrigger);
     if (!trigger) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
-    if (*trigger < static_cast<std::uint8_t>(Trigger::RISING) ||
-        *trigger > static_cast<std::uint8_t>(Trigger::BOTH)) {
+    if (*trigger < static_cast<std::uint8_t>(Trigger::RISING) || *trigger > static_cast<std::uint8_t>(Trigger::BOTH)) {
         reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
@@ -155,13 +171,15 @@ void armInterrupt(FirmwareState& state, const Request& request, Reply& reply) {
     target.trigger = static_cast<Trigger>(*trigger);
 }
 
-void disarmInterrupt(FirmwareState& state, const Request& request, Reply& reply) {
+void disarmInterrupt(FirmwareState& state, const Request& request, Reply& reply)
+{
     if (const auto pin = pinOf(request, reply)) state.gpio.pins[*pin].trigger = Trigger::NONE;
 }
 
-}  // namespace
+} // namespace
 
-void registerGpioCommands(CommandTable& table) {
+void registerGpioCommands(CommandTable& table)
+{
     table[codes::GPIO_CONFIGURE_PIN] = configurePin;
     table[codes::GPIO_WRITE] = digitalWrite;
     table[codes::GPIO_READ] = digitalRead;
@@ -169,4 +187,4 @@ void registerGpioCommands(CommandTable& table) {
     table[codes::GPIO_DISARM_INTERRUPT] = disarmInterrupt;
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

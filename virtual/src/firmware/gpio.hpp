@@ -9,13 +9,15 @@
 namespace tarvix_virtual::detail {
 
 // Pin functions and interrupt triggers as the host sends them.
+// clang-format off
 enum class PinFunction : std::uint8_t { INPUT = 0, OUTPUT = 1, INTERRUPT = 2, DISABLED = 3 };
 enum class Trigger : std::uint8_t { NONE = 0, RISING = 1, FALLING = 2, BOTH = 3 };
+// clang-format on
 
 struct GpioPin {
     PinFunction function = PinFunction::INPUT;
-    bool output = false;  // level driven while the function is OUTPUT
-    bool driven = false;  // level the outside world puts on the pin (bench hook); default pulled low
+    bool output = false; // level driven while the function is OUTPUT
+    bool driven = false; // level the outside world puts on the pin (bench hook); default pulled low
     Trigger trigger = Trigger::NONE;
 };
 
@@ -39,4 +41,4 @@ struct GpioState {
     void restart();
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -1,6 +1,6 @@
 // I2C: two controller ports, transfers to the targets attached to them, and
 // the bus scan.
-#include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "firmware/firmware.hpp"
@@ -8,7 +8,8 @@
 
 namespace tarvix_virtual::detail {
 
-void I2cEeprom::write(const std::uint8_t* data, std::size_t size) {
+void I2cEeprom::write(const std::uint8_t* data, std::size_t size)
+{
     if (size == 0) return;
     pointer = data[0];
     const auto page = static_cast<std::uint8_t>(pointer & ~(kPage - 1));
@@ -18,13 +19,15 @@ void I2cEeprom::write(const std::uint8_t* data, std::size_t size) {
     }
 }
 
-void I2cEeprom::read(std::uint8_t* out, std::size_t size) {
+void I2cEeprom::read(std::uint8_t* out, std::size_t size)
+{
     for (std::size_t i = 0; i < size; ++i) out[i] = memory[pointer++];
 }
 
 // After the pointer byte, two bytes (MSB first) go to the selected register;
 // the temperature register ignores them.
-void I2cTemperatureSensor::write(const std::uint8_t* data, std::size_t size) {
+void I2cTemperatureSensor::write(const std::uint8_t* data, std::size_t size)
+{
     if (size == 0) return;
     pointer = data[0] & 0x03;
     lowByteNext = false;
@@ -32,7 +35,8 @@ void I2cTemperatureSensor::write(const std::uint8_t* data, std::size_t size) {
 }
 
 // A read longer than two bytes repeats the register, as the part does.
-void I2cTemperatureSensor::read(std::uint8_t* out, std::size_t size) {
+void I2cTemperatureSensor::read(std::uint8_t* out, std::size_t size)
+{
     for (std::size_t i = 0; i < size; ++i) {
         const std::uint16_t value = registers[pointer];
         out[i] = static_cast<std::uint8_t>(lowByteNext ? value & 0xFFu : value >> 8);
@@ -41,7 +45,8 @@ void I2cTemperatureSensor::read(std::uint8_t* out, std::size_t size) {
     lowByteNext = false;
 }
 
-void I2cState::restart() {
+void I2cState::restart()
+{
     for (I2cBus& bus : buses) {
         bus.initialised = false;
         bus.frequency = 0;
@@ -52,17 +57,25 @@ void I2cState::restart() {
 
 namespace {
 
+// clang-format off
+// Payload offsets. The bus index leads every I2C command.
+constexpr std::size_t kBus           = 0;
+constexpr std::size_t kFrequency     = 1;   // init, set parameters: u32 Hz
+constexpr std::size_t kOption        = 5;   // init, set parameters
+constexpr std::size_t kPullUp        = 1;   // pull-ups: selection 0..3, 0 = none
+// Transfer head of a write or read, then (write only) the data.
+constexpr std::size_t kCount         = 1;   // u16: bytes written, or to read
+constexpr std::size_t kAddress       = 3;   // 7-bit target address
+constexpr std::size_t kRegisterSize  = 4;   // register address bytes, 0..4
+constexpr std::size_t kRegister      = 5;   // u32: the register address, folded
+constexpr std::size_t kData          = 10;  // after the flag byte at 9
+// clang-format on
 
-// Offsets in the payload (frame byte 4 = payload byte 0).
-constexpr std::size_t kTransferHeader = 10;  // bus, u16 count, address, register length, u32 register, flag
+constexpr std::uint8_t kMaxAddress = 0x7F;
 
-std::uint32_t loadU32(const std::uint8_t* p) {
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-           static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-
-// The bus index leads every I2C command; the adapter has ports 0 and 1.
-I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply) {
+// The adapter has ports 0 and 1.
+I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply)
+{
     if (index >= I2cState::kBuses) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return nullptr;
@@ -70,39 +83,45 @@ I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply) {
     return &state.i2c.buses[index];
 }
 
-// Payload: bus, u32 frequency in Hz, option. Init and set-parameters carry the
-// same fields; only init may find the port uninitialised.
-void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
-    const std::vector<std::uint8_t> p = request.payload();
-    if (p.size() < 6) {
+// Init and set-parameters carry the same fields; only init may find the port
+// uninitialised.
+void configure(FirmwareState& state, const Request& request, Reply& reply, bool init)
+{
+    const auto index = request.u8(kBus);
+    const auto frequency = request.u32(kFrequency);
+    const auto option = request.u8(kOption);
+    if (!index || !frequency || !option) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
-    I2cBus* bus = busOf(state, p[0], reply);
+    I2cBus* bus = busOf(state, *index, reply);
     if (!bus) return;
     if (!init && !bus->initialised) {
         reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         return;
     }
-    const std::uint32_t frequency = loadU32(&p[1]);
-    if (frequency < I2cState::kMinFrequency || frequency > I2cState::kMaxFrequency) {
+    if (*frequency < I2cState::kMinFrequency || *frequency > I2cState::kMaxFrequency) {
         reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     bus->initialised = true;
-    bus->frequency = frequency;
-    bus->option = p[5];
+    bus->frequency = *frequency;
+    bus->option = *option;
 }
 
-void init(FirmwareState& state, const Request& request, Reply& reply) { configure(state, request, reply, true); }
-void setParameters(FirmwareState& state, const Request& request, Reply& reply) {
+void init(FirmwareState& state, const Request& request, Reply& reply)
+{
+    configure(state, request, reply, true);
+}
+void setParameters(FirmwareState& state, const Request& request, Reply& reply)
+{
     configure(state, request, reply, false);
 }
 
-// Payload: bus, pull-up selection 0..3 (0 = none).
-void setPullUps(FirmwareState& state, const Request& request, Reply& reply) {
-    const auto index = request.payloadU8(0);
-    const auto pullUp = request.payloadU8(1);
+void setPullUps(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto index = request.u8(kBus);
+    const auto pullUp = request.u8(kPullUp);
     if (!index || !pullUp) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
@@ -116,29 +135,44 @@ void setPullUps(FirmwareState& state, const Request& request, Reply& reply) {
     bus->pullUp = *pullUp;
 }
 
-// The register address arrives folded into a little-endian u32 with its
-// length; on the bus it goes most significant byte first.
-std::vector<std::uint8_t> registerBytes(const std::vector<std::uint8_t>& p) {
-    const std::uint32_t value = loadU32(&p[5]);
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = p[4]; i-- > 0;) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-    return bytes;
+// The fields of a whole transfer head.
+struct TransferHead {
+    std::uint8_t bus;
+    std::uint16_t count;
+    std::uint8_t address;
+    // The register address arrives folded into a little-endian u32 with its
+    // length; on the bus it goes most significant byte first.
+    std::vector<std::uint8_t> registerBytes;
+};
+
+std::optional<TransferHead> transferHeadOf(const Request& request)
+{
+    if (request.size() < kData) return std::nullopt;
+    const std::uint8_t registerSize = *request.u8(kRegisterSize);
+    const std::uint8_t address = *request.u8(kAddress);
+    if (registerSize > kMaxRegisterBytes || address > kMaxAddress) return std::nullopt;
+    const std::uint32_t folded = *request.u32(kRegister);
+    TransferHead head{*request.u8(kBus), *request.u16(kCount), address, {}};
+    for (std::size_t i = registerSize; i-- > 0;)
+        head.registerBytes.push_back(static_cast<std::uint8_t>(folded >> (8 * i)));
+    return head;
 }
 
-// Checks the common head of a write or read and finds the addressed target;
-// null (with the status set) when the transfer cannot go ahead.
-I2cTarget* targetOf(FirmwareState& state, const std::vector<std::uint8_t>& p, Reply& reply) {
-    if (p.size() < kTransferHeader || p[4] > 4 || p[3] > 0x7F) {
+// Checks the head of a write or read and finds the addressed target; null
+// (with the status set) when the transfer cannot go ahead.
+I2cTarget* targetOf(FirmwareState& state, const std::optional<TransferHead>& head, Reply& reply)
+{
+    if (!head) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return nullptr;
     }
-    I2cBus* bus = busOf(state, p[0], reply);
+    I2cBus* bus = busOf(state, head->bus, reply);
     if (!bus) return nullptr;
     if (!bus->initialised) {
         reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         return nullptr;
     }
-    const auto it = bus->targets.find(p[3]);
+    const auto it = bus->targets.find(head->address);
     if (it == bus->targets.end()) {
         reply.setStatus(DeviceStatus::I2C_NACK);
         return nullptr;
@@ -146,63 +180,65 @@ I2cTarget* targetOf(FirmwareState& state, const std::vector<std::uint8_t>& p, Re
     return &it->second;
 }
 
-// Payload: the transfer head, then the data; the count must match the bytes
-// that follow. One write transaction: register address bytes, then data.
-void write(FirmwareState& state, const Request& request, Reply& reply) {
-    const std::vector<std::uint8_t> p = request.payload();
-    if (p.size() >= kTransferHeader && (p[1] | p[2] << 8) != static_cast<int>(p.size() - kTransferHeader)) {
+// The count must match the data that follows the head. One write
+// transaction: register address bytes, then data.
+void write(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto head = transferHeadOf(request);
+    if (head && head->count != request.size() - kData) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
-    I2cTarget* target = targetOf(state, p, reply);
+    I2cTarget* target = targetOf(state, head, reply);
     if (!target) return;
-    std::vector<std::uint8_t> bytes = registerBytes(p);
-    bytes.insert(bytes.end(), p.begin() + kTransferHeader, p.end());
+    std::vector<std::uint8_t> bytes = head->registerBytes;
+    const std::vector<std::uint8_t> data = request.bytes(kData);
+    bytes.insert(bytes.end(), data.begin(), data.end());
     std::visit([&](auto& t) { t.write(bytes.data(), bytes.size()); }, *target);
 }
 
-// Payload: the transfer head (count = bytes to read). A register address is
-// written first, then the bytes are read after a repeated start. Answer: u16
-// bytes read, the target address, then the bytes from offset 9.
-void read(FirmwareState& state, const Request& request, Reply& reply) {
-    const std::vector<std::uint8_t> p = request.payload();
-    I2cTarget* target = targetOf(state, p, reply);
+// The count is the number of bytes to read. A register address is written
+// first, then the bytes are read after a repeated start. Answer: u16 bytes
+// read, the target address, then the bytes.
+void read(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto head = transferHeadOf(request);
+    I2cTarget* target = targetOf(state, head, reply);
     std::vector<std::uint8_t> data;
     if (target) {
-        data.resize(static_cast<std::size_t>(p[1] | p[2] << 8));
-        const std::vector<std::uint8_t> address = registerBytes(p);
-        std::visit([&](auto& t) {
-            if (!address.empty()) t.write(address.data(), address.size());
-            t.read(data.data(), data.size());
-        }, *target);
+        data.resize(head->count);
+        const std::vector<std::uint8_t>& address = head->registerBytes;
+        std::visit(
+            [&](auto& t) {
+                if (!address.empty()) t.write(address.data(), address.size());
+                t.read(data.data(), data.size());
+            },
+            *target);
     }
-    reply.appendU8(static_cast<std::uint8_t>(data.size() & 0xFFu));
-    reply.appendU8(static_cast<std::uint8_t>(data.size() >> 8));
-    reply.appendU8(p.size() > 3 ? p[3] : 0);
-    reply.appendBytes(data.data(), data.size());
+    reply.u16(static_cast<std::uint16_t>(data.size())).u8(request.u8(kAddress).value_or(0)).bytes(data);
 }
 
-// Payload: bus, flag. Answer: bus, count of 7-bit addresses, count of 10-bit
-// addresses (always 0: the bench has none), then the addresses in order.
-void scan(FirmwareState& state, const Request& request, Reply& reply) {
-    const auto index = request.payloadU8(0);
+// Answer: bus, count of 7-bit addresses, count of 10-bit addresses (always 0:
+// the bench has none), then the addresses in order.
+void scan(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto index = request.u8(kBus);
     I2cBus* bus = index ? busOf(state, *index, reply) : nullptr;
     if (!index) reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     if (bus && !bus->initialised) {
         reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         bus = nullptr;
     }
-    reply.appendU8(index.value_or(0));
-    reply.appendU8(bus ? static_cast<std::uint8_t>(bus->targets.size()) : 0);
-    reply.appendU8(0);
+    reply.u8(index.value_or(0)).u8(bus ? static_cast<std::uint8_t>(bus->targets.size()) : 0).u8(0);
     if (bus) {
-        for (const auto& entry : bus->targets) reply.appendU8(entry.first);
+        for (const auto& entry : bus->targets) reply.u8(entry.first);
     }
 }
 
-}  // namespace
+} // namespace
 
-void registerI2cCommands(CommandTable& table) {
+void registerI2cCommands(CommandTable& table)
+{
     table[codes::I2C_SET_PULL_UPS] = setPullUps;
     table[codes::I2C_INIT] = init;
     table[codes::I2C_SET_PARAMETERS] = setParameters;
@@ -211,4 +247,4 @@ void registerI2cCommands(CommandTable& table) {
     table[codes::I2C_SCAN] = scan;
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

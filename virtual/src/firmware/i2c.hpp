@@ -14,7 +14,7 @@ struct I2cEeprom {
     static constexpr std::size_t kSize = 256;
     static constexpr std::size_t kPage = 8;
 
-    std::array<std::uint8_t, kSize> memory;  // erased: all 0xFF
+    std::array<std::uint8_t, kSize> memory; // erased: all 0xFF
     std::uint8_t pointer = 0;
 
     I2cEeprom() { memory.fill(0xFF); }
@@ -30,7 +30,7 @@ struct I2cEeprom {
 // most significant byte first. Temperature is read-only, in 1/16 °C steps
 // left-justified by four bits.
 struct I2cTemperatureSensor {
-    std::array<std::uint16_t, 4> registers{0x1900, 0x60A0, 0x4B00, 0x5000};  // 25 °C, 75 °C, 80 °C
+    std::array<std::uint16_t, 4> registers{0x1900, 0x60A0, 0x4B00, 0x5000}; // 25 °C, 75 °C, 80 °C
     std::uint8_t pointer = 0;
     bool lowByteNext = false;
 
@@ -42,10 +42,10 @@ using I2cTarget = std::variant<I2cEeprom, I2cTemperatureSensor>;
 
 struct I2cBus {
     bool initialised = false;
-    std::uint32_t frequency = 0;  // Hz
-    std::uint8_t option = 0;      // third byte of init, kept as sent
-    std::uint8_t pullUp = 0;      // pull-up selection, 0 = none
-    std::map<std::uint8_t, I2cTarget> targets;  // by 7-bit address
+    std::uint32_t frequency = 0;               // Hz
+    std::uint8_t option = 0;                   // third byte of init, kept as sent
+    std::uint8_t pullUp = 0;                   // pull-up selection, 0 = none
+    std::map<std::uint8_t, I2cTarget> targets; // by 7-bit address
 };
 
 struct I2cState {
@@ -60,4 +60,4 @@ struct I2cState {
     void restart();
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "firmware/i3c_handlers.hpp"
-#include "frame.hpp"
 
 namespace tarvix_virtual::detail {
 
@@ -21,24 +20,38 @@ constexpr std::size_t kRecordDynamic = 1;
 constexpr std::size_t kRecordPid = 2;
 constexpr std::size_t kRecordBcr = 8;
 constexpr std::size_t kRecordDcr = 9;
-// Where 0x1907 keeps a target's configuration byte (extraByte1).
+// Where I3C_SET_TARGET_CONFIGURATION keeps a target's configuration byte (extraByte1).
 constexpr std::size_t kRecordConfiguration = 14;
+
+// clang-format off
+// Payload offsets.
+constexpr std::size_t kSettings      = 0;  // init, set parameters: push-pull rate, open-drain rate,
+constexpr std::size_t kSettingsSize  = 4;  //   I2C rate, drive strength
+constexpr std::size_t kRecordCount   = 0;  // init bus: number of records
+constexpr std::size_t kRecords       = 1;  // init bus: the records
+constexpr std::size_t kTarget        = 0;  // set target configuration: dynamic, else static address
+constexpr std::size_t kConfiguration = 1;  // set target configuration: the byte
+constexpr std::size_t kPattern       = 0;  // bus pattern: 1 HDR exit, 0 target reset
+// clang-format on
 
 // The broadcast address and the addresses a single bit error turns into it:
 // a target must never answer to one of them.
-bool isReservedAddress(std::uint8_t address) {
+bool isReservedAddress(std::uint8_t address)
+{
     const unsigned diff = static_cast<unsigned>(address ^ kI3cBroadcast);
     return diff == 0 || (diff & (diff - 1)) == 0;
 }
 
-bool recordHasPid(const I3cRecord& record, std::uint64_t pid) {
+bool recordHasPid(const I3cRecord& record, std::uint64_t pid)
+{
     for (std::size_t i = 0; i < 6; ++i)
         if (record[kRecordPid + i] != pidByte(pid, i)) return false;
     return true;
 }
 
 // The record describing @p target: by PID, else by static address.
-I3cRecord* recordOf(I3cState& state, const I3cTarget& target) {
+I3cRecord* recordOf(I3cState& state, const I3cTarget& target)
+{
     for (I3cRecord& record : state.table)
         if (recordHasPid(record, target.config.pid)) return &record;
     if (target.config.staticAddress) {
@@ -49,19 +62,22 @@ I3cRecord* recordOf(I3cState& state, const I3cTarget& target) {
 }
 
 // The address the host's records ask ENTDAA to give @p target, or 0.
-std::uint8_t requestedAddress(const I3cState& state, const I3cTarget& target) {
+std::uint8_t requestedAddress(const I3cState& state, const I3cTarget& target)
+{
     for (const I3cRecord& record : state.requested)
         if (recordHasPid(record, target.config.pid)) return record[kRecordDynamic];
     return 0;
 }
 
-bool requestedByAnother(const I3cState& state, std::uint8_t address, const I3cTarget& target) {
+bool requestedByAnother(const I3cState& state, std::uint8_t address, const I3cTarget& target)
+{
     return std::any_of(state.requested.begin(), state.requested.end(), [&](const I3cRecord& record) {
         return record[kRecordDynamic] == address && !recordHasPid(record, target.config.pid);
     });
 }
 
-bool addressInUse(const I3cState& state, std::uint8_t address, const I3cTarget* self) {
+bool addressInUse(const I3cState& state, std::uint8_t address, const I3cTarget* self)
+{
     for (const I3cTarget& other : state.targets) {
         if (&other == self) continue;
         if (other.dynamicAddress == address) return true;
@@ -71,14 +87,15 @@ bool addressInUse(const I3cState& state, std::uint8_t address, const I3cTarget* 
                        [&](const I2cLegacyTarget& legacy) { return legacy.address == address; });
 }
 
-bool isFreeFor(const I3cState& state, std::uint8_t address, const I3cTarget* self) {
-    return address != 0 && address <= 0x7F && !isReservedAddress(address) &&
-           !addressInUse(state, address, self);
+bool isFreeFor(const I3cState& state, std::uint8_t address, const I3cTarget* self)
+{
+    return address != 0 && address <= 0x7F && !isReservedAddress(address) && !addressInUse(state, address, self);
 }
 
 // One round of ENTDAA for @p target: the address the host asked for if it is
 // free, else the lowest free pool address; none when the bus is full.
-void assignDynamicAddress(I3cState& state, I3cTarget& target) {
+void assignDynamicAddress(I3cState& state, I3cTarget& target)
+{
     const std::uint8_t wanted = requestedAddress(state, target);
     if (wanted != 0 && isFreeFor(state, wanted, &target)) {
         setDynamicAddress(state, target, wanted);
@@ -93,37 +110,40 @@ void assignDynamicAddress(I3cState& state, I3cTarget& target) {
     }
 }
 
-// The record of one of the host's table entries, from frame offset @p offset.
-I3cRecord recordAt(const Request& request, std::size_t offset) {
+// The record of one of the host's table entries, from payload offset @p offset.
+I3cRecord recordAt(const Request& request, std::size_t offset)
+{
     I3cRecord record{};
-    const Bytes bytes = frameBytes(request, offset, kRecordSize);
+    const std::vector<std::uint8_t> bytes = request.bytes(offset, kRecordSize);
     std::copy(bytes.begin(), bytes.end(), record.begin());
     return record;
 }
 
-// 0x1901 and 0x1902: push-pull rate, open-drain rate, I2C rate, drive
-// strength at 4..7. The model keeps them for the test to look at; they set
+// The model keeps the controller's settings for the test to look at; they set
 // no clock.
-void controllerSettings(FirmwareState& state, const Request& request, Reply& reply) {
-    const Bytes bytes = frameBytes(request, 4, 4);
-    if (bytes.size() < 4) return setStatus(reply, DeviceStatus::INVALID_PARAMETER);
+void controllerSettings(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const std::vector<std::uint8_t> bytes = request.bytes(kSettings, kSettingsSize);
+    if (bytes.size() < kSettingsSize) return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     state.i3c.controllerSettings = std::array<std::uint8_t, 4>{bytes[0], bytes[1], bytes[2], bytes[3]};
 }
 
-// 0x1904: count at 4, records from 5. The list is the controller's table
-// from now on; addressing the targets is left to the CCCs that follow.
-void initBus(FirmwareState& state, const Request& request, Reply& reply) {
-    const auto count = frameU8(request, 4);
-    if (!count || request.payloadSize() < 1 + std::size_t{*count} * kRecordSize)
-        return setStatus(reply, DeviceStatus::INVALID_PARAMETER);
+// The list is the controller's table from now on; addressing the targets is
+// left to the CCCs that follow.
+void initBus(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto count = request.u8(kRecordCount);
+    if (!count || request.size() < kRecords + std::size_t{*count} * kRecordSize)
+        return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     std::vector<I3cRecord> table;
-    for (std::size_t i = 0; i < *count; ++i) table.push_back(recordAt(request, 5 + i * kRecordSize));
+    for (std::size_t i = 0; i < *count; ++i) table.push_back(recordAt(request, kRecords + i * kRecordSize));
     state.i3c.table = table;
     state.i3c.requested = std::move(table);
 }
 
-// 0x1905: the controller leaves HDR mode, broadcasts RSTDAA and forgets its table.
-void resetBus(FirmwareState& state, const Request&, Reply&) {
+// The controller leaves HDR mode, broadcasts RSTDAA and forgets its table.
+void resetBus(FirmwareState& state, const Request&, Reply&)
+{
     I3cState& bus = state.i3c;
     bus.inHdrMode = false;
     resetDynamicAddresses(bus);
@@ -131,33 +151,35 @@ void resetBus(FirmwareState& state, const Request&, Reply&) {
     bus.requested.clear();
 }
 
-// 0x1906: count at 6, then the records.
-void getDeviceTable(FirmwareState& state, const Request&, Reply& reply) {
+// Answer: the number of records, then the records.
+void getDeviceTable(FirmwareState& state, const Request&, Reply& reply)
+{
     const std::size_t count = std::min<std::size_t>(state.i3c.table.size(), 255);
-    reply.appendU8(static_cast<std::uint8_t>(count));
-    for (std::size_t i = 0; i < count; ++i) reply.appendBytes(state.i3c.table[i].data(), kRecordSize);
+    reply.u8(static_cast<std::uint8_t>(count));
+    for (std::size_t i = 0; i < count; ++i) reply.bytes(state.i3c.table[i].data(), kRecordSize);
 }
 
-// 0x1907: target address at 4 (dynamic, else static), configuration byte at 5.
-void setTargetConfiguration(FirmwareState& state, const Request& request, Reply& reply) {
-    const auto address = frameU8(request, 4);
-    const auto configuration = frameU8(request, 5);
-    if (!address || !configuration) return setStatus(reply, DeviceStatus::INVALID_PARAMETER);
+void setTargetConfiguration(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto address = request.u8(kTarget);
+    const auto configuration = request.u8(kConfiguration);
+    if (!address || !configuration) return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     auto& table = state.i3c.table;
     auto it = std::find_if(table.begin(), table.end(),
                            [&](const I3cRecord& r) { return *address != 0 && r[kRecordDynamic] == *address; });
     if (it == table.end())
         it = std::find_if(table.begin(), table.end(),
                           [&](const I3cRecord& r) { return *address != 0 && r[kRecordStatic] == *address; });
-    if (it == table.end()) return setStatus(reply, I3cStatus::NACK);
+    if (it == table.end()) return reply.setStatus(I3cStatus::NACK);
     (*it)[kRecordConfiguration] = *configuration;
 }
 
-// 0x190A: selector 1 = HDR exit pattern, 0 = target reset pattern (which
-// targets in HDR mode see too, so it also ends HDR mode).
-void busPattern(FirmwareState& state, const Request& request, Reply& reply) {
-    const auto selector = frameU8(request, 4);
-    if (!selector || *selector > 1) return setStatus(reply, DeviceStatus::INVALID_PARAMETER);
+// The target reset pattern is seen by targets in HDR mode too, so it also
+// ends HDR mode.
+void busPattern(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto selector = request.u8(kPattern);
+    if (!selector || *selector > 1) return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     I3cState& bus = state.i3c;
     bus.inHdrMode = false;
     if (*selector == 0) {
@@ -167,37 +189,21 @@ void busPattern(FirmwareState& state, const Request& request, Reply& reply) {
 
 // Queued IBIs and hot-joins that a command let through follow its answer.
 template <CommandHandler Handler>
-void thenEvents(FirmwareState& state, const Request& request, Reply& reply) {
+void thenEvents(FirmwareState& state, const Request& request, Reply& reply)
+{
     Handler(state, request, reply);
     for (I3cEvent& event : takeDeliverableEvents(state.i3c)) reply.notify(event.code, event.payload);
 }
 
-}  // namespace
+} // namespace
 
-Bytes frameBytes(const Request& request, std::size_t offset, std::size_t count) {
-    Bytes bytes;
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto byte = request.payloadU8(offset - kPayloadStart + i);
-        if (!byte) break;
-        bytes.push_back(*byte);
-    }
-    return bytes;
-}
-
-std::optional<std::uint16_t> frameU16(const Request& request, std::size_t offset) {
-    const Bytes bytes = frameBytes(request, offset, 2);
-    if (bytes.size() < 2) return std::nullopt;
-    return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-}
-
-void setStatus(Reply& reply, I3cStatus status) { reply.setStatus(static_cast<std::uint16_t>(status)); }
-void setStatus(Reply& reply, DeviceStatus status) { reply.setStatus(static_cast<std::uint16_t>(status)); }
-
-std::uint8_t pidByte(std::uint64_t pid, std::size_t index) {
+std::uint8_t pidByte(std::uint64_t pid, std::size_t index)
+{
     return static_cast<std::uint8_t>((pid >> (8 * (5 - index))) & 0xFF);
 }
 
-void I3cState::restart() {
+void I3cState::restart()
+{
     controllerSettings.reset();
     table.clear();
     requested.clear();
@@ -205,7 +211,8 @@ void I3cState::restart() {
     hotJoinAccepted = true;
 }
 
-I3cTarget makeI3cTarget(const I3cTargetConfig& config) {
+I3cTarget makeI3cTarget(const I3cTargetConfig& config)
+{
     I3cTarget target;
     target.config = config;
     target.config.pid &= kPidMask;
@@ -216,7 +223,8 @@ I3cTarget makeI3cTarget(const I3cTargetConfig& config) {
     return target;
 }
 
-void checkI3cAttach(const I3cState& state, const I3cTargetConfig& config) {
+void checkI3cAttach(const I3cState& state, const I3cTargetConfig& config)
+{
     const std::uint64_t pid = config.pid & kPidMask;
     for (const I3cTarget& other : state.targets) {
         if (other.config.pid == pid) throw std::invalid_argument("an I3C target with this PID is attached");
@@ -225,24 +233,28 @@ void checkI3cAttach(const I3cState& state, const I3cTargetConfig& config) {
         throw std::invalid_argument("the static address is taken or not a 7-bit address");
 }
 
-I3cTarget* findByDynamicAddress(I3cState& state, std::uint8_t address) {
+I3cTarget* findByDynamicAddress(I3cState& state, std::uint8_t address)
+{
     if (address == 0) return nullptr;
     for (I3cTarget& target : state.targets)
         if (target.dynamicAddress == address) return &target;
     return nullptr;
 }
 
-I2cLegacyTarget* findLegacy(I3cState& state, std::uint8_t address) {
+I2cLegacyTarget* findLegacy(I3cState& state, std::uint8_t address)
+{
     for (I2cLegacyTarget& legacy : state.legacyTargets)
         if (legacy.address == address) return &legacy;
     return nullptr;
 }
 
-bool isFreeDynamicAddress(const I3cState& state, std::uint8_t address, const I3cTarget* self) {
+bool isFreeDynamicAddress(const I3cState& state, std::uint8_t address, const I3cTarget* self)
+{
     return isFreeFor(state, address, self);
 }
 
-void setDynamicAddress(I3cState& state, I3cTarget& target, std::uint8_t address) {
+void setDynamicAddress(I3cState& state, I3cTarget& target, std::uint8_t address)
+{
     target.dynamicAddress = address;
     I3cRecord* record = recordOf(state, target);
     if (!record) {
@@ -257,7 +269,8 @@ void setDynamicAddress(I3cState& state, I3cTarget& target, std::uint8_t address)
     (*record)[kRecordDcr] = target.config.dcr;
 }
 
-void assignDynamicAddresses(I3cState& state) {
+void assignDynamicAddresses(I3cState& state)
+{
     // Arbitration on the PID, BCR and DCR lets the lowest PID win each round.
     std::vector<I3cTarget*> waiting;
     for (I3cTarget& target : state.targets)
@@ -267,12 +280,14 @@ void assignDynamicAddresses(I3cState& state) {
     for (I3cTarget* target : waiting) assignDynamicAddress(state, *target);
 }
 
-void resetDynamicAddresses(I3cState& state) {
+void resetDynamicAddresses(I3cState& state)
+{
     for (I3cTarget& target : state.targets) target.dynamicAddress = 0;
     for (I3cRecord& record : state.table) record[kRecordDynamic] = 0;
 }
 
-void resetTarget(I3cState& state, I3cTarget& target) {
+void resetTarget(I3cState& state, I3cTarget& target)
+{
     const std::uint8_t action = target.resetAction;
     target.resetAction = kResetPeripheral;
     if (action != kResetPeripheral && action != kResetWholeTarget) return;
@@ -285,7 +300,8 @@ void resetTarget(I3cState& state, I3cTarget& target) {
     if (action == kResetWholeTarget) setDynamicAddress(state, target, 0);
 }
 
-Bytes ibiPayload(const I3cTarget& target, const Bytes& payload) {
+Bytes ibiPayload(const I3cTarget& target, const Bytes& payload)
+{
     std::size_t size = std::min<std::size_t>(payload.size(), 255);
     if (target.maxIbiPayloadSize) size = std::min<std::size_t>(size, *target.maxIbiPayloadSize);
     Bytes out;
@@ -296,7 +312,8 @@ Bytes ibiPayload(const I3cTarget& target, const Bytes& payload) {
     return out;
 }
 
-Bytes hotJoinPayload(const I3cTarget& target) {
+Bytes hotJoinPayload(const I3cTarget& target)
+{
     Bytes out;
     for (std::size_t i = 0; i < 6; ++i) out.push_back(pidByte(target.config.pid, i));
     out.push_back(target.config.bcr);
@@ -305,15 +322,18 @@ Bytes hotJoinPayload(const I3cTarget& target) {
     return out;
 }
 
-bool ibiDeliverable(const I3cState& state, const I3cTarget& target) {
+bool ibiDeliverable(const I3cState& state, const I3cTarget& target)
+{
     return !state.inHdrMode && target.dynamicAddress != 0 && (target.events & kEventInterrupts) != 0;
 }
 
-bool hotJoinDeliverable(const I3cState& state, const I3cTarget& target) {
+bool hotJoinDeliverable(const I3cState& state, const I3cTarget& target)
+{
     return !state.inHdrMode && state.hotJoinAccepted && (target.events & kEventHotJoin) != 0;
 }
 
-std::optional<I3cEvent> serviceHotJoin(I3cState& state, I3cTarget& target) {
+std::optional<I3cEvent> serviceHotJoin(I3cState& state, I3cTarget& target)
+{
     if (!target.hotJoinPending) return std::nullopt;
     if (target.dynamicAddress != 0) {
         // Addressed by an ENTDAA meanwhile: it has nothing left to ask for.
@@ -326,7 +346,8 @@ std::optional<I3cEvent> serviceHotJoin(I3cState& state, I3cTarget& target) {
     return I3cEvent{codes::I3C_HOT_JOIN, hotJoinPayload(target)};
 }
 
-std::vector<I3cEvent> takeDeliverableEvents(I3cState& state) {
+std::vector<I3cEvent> takeDeliverableEvents(I3cState& state)
+{
     std::vector<I3cEvent> events;
     for (I3cTarget& target : state.targets) {
         if (auto hotJoin = serviceHotJoin(state, target)) events.push_back(std::move(*hotJoin));
@@ -338,16 +359,17 @@ std::vector<I3cEvent> takeDeliverableEvents(I3cState& state) {
     return events;
 }
 
-void registerI3cCommands(CommandTable& table) {
-    table[0x1901] = controllerSettings;
-    table[0x1902] = controllerSettings;
-    table[0x1904] = initBus;
-    table[0x1905] = thenEvents<resetBus>;
-    table[0x1906] = getDeviceTable;
-    table[0x1907] = setTargetConfiguration;
-    table[0x1908] = thenEvents<handleI3cPrivateTransfer>;
-    table[0x1909] = thenEvents<handleI3cCcc>;
-    table[0x190A] = thenEvents<busPattern>;
+void registerI3cCommands(CommandTable& table)
+{
+    table[codes::I3C_INIT] = controllerSettings;
+    table[codes::I3C_SET_PARAMETERS] = controllerSettings;
+    table[codes::I3C_INIT_BUS] = initBus;
+    table[codes::I3C_RESET_BUS] = thenEvents<resetBus>;
+    table[codes::I3C_GET_DEVICE_TABLE] = getDeviceTable;
+    table[codes::I3C_SET_TARGET_CONFIGURATION] = setTargetConfiguration;
+    table[codes::I3C_PRIVATE_TRANSFER] = thenEvents<handleI3cPrivateTransfer>;
+    table[codes::I3C_CCC] = thenEvents<handleI3cCcc>;
+    table[codes::I3C_BUS_PATTERN] = thenEvents<busPattern>;
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

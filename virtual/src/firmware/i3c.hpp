@@ -21,12 +21,12 @@ using I3cRecord = std::array<std::uint8_t, 16>;
 inline constexpr std::uint8_t kI3cBroadcast = 0x7E;
 inline constexpr std::uint8_t kEventInterrupts = 0x01;
 inline constexpr std::uint8_t kEventHotJoin = 0x08;
-inline constexpr std::uint8_t kAllEvents = 0x0B;  // IBI, controller role, hot-join
+inline constexpr std::uint8_t kAllEvents = 0x0B; // IBI, controller role, hot-join
 inline constexpr std::uint8_t kResetPeripheral = 0x01;
 inline constexpr std::uint8_t kResetWholeTarget = 0x02;
 
 struct I3cTarget {
-    I3cTargetConfig config;  // as attached; a peripheral reset returns to it
+    I3cTargetConfig config; // as attached; a peripheral reset returns to it
     std::uint8_t dynamicAddress = 0;
     std::uint8_t events = kAllEvents;
     std::uint16_t maxWriteLength = 0;
@@ -48,8 +48,8 @@ struct I2cLegacyTarget {
 
 struct I3cState {
     std::optional<std::array<std::uint8_t, 4>> controllerSettings;
-    std::vector<I3cRecord> table;      // as the host sent it, kept up to date
-    std::vector<I3cRecord> requested;  // as the host sent it: addresses it asks ENTDAA for
+    std::vector<I3cRecord> table;     // as the host sent it, kept up to date
+    std::vector<I3cRecord> requested; // as the host sent it: addresses it asks ENTDAA for
     std::vector<I3cTarget> targets;
     std::vector<I2cLegacyTarget> legacyTargets;
     bool inHdrMode = false;
@@ -99,6 +99,6 @@ std::optional<I3cEvent> serviceHotJoin(I3cState& state, I3cTarget& target);
 // Takes every queued IBI and hot-join that the bus now lets through, in target order.
 std::vector<I3cEvent> takeDeliverableEvents(I3cState& state);
 
-std::uint8_t pidByte(std::uint64_t pid, std::size_t index);  // index 0 = most significant
+std::uint8_t pidByte(std::uint64_t pid, std::size_t index); // index 0 = most significant
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

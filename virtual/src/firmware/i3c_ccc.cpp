@@ -1,10 +1,7 @@
-// I3C Common Command Codes (0x1909).
+// I3C Common Command Codes (I3C_CCC).
 //
-// Request: target address at 4 (0x7E for a broadcast code), flags at 5
-// (bit 0 read, bits 1-2 mode, bit 3 transfer flag, bit 4 defining byte sent),
-// length at 6 (bytes to read, or bytes written), code at 7, defining byte at
-// 8, written data from 9. Answer: address, code and defining byte echoed at
-// 6..8, the number of bytes read at 9, the bytes from 10.
+// Answer payload: the address, code and defining byte echoed, the number of
+// bytes read, then the bytes.
 #include <algorithm>
 
 #include "firmware/i3c_handlers.hpp"
@@ -15,25 +12,36 @@ namespace {
 
 namespace ccc {
 constexpr std::uint8_t ENEC = 0x00, DISEC = 0x01, ENTAS0 = 0x02, ENTAS3 = 0x05, RSTDAA = 0x06, ENTDAA = 0x07,
-                       SETMWL = 0x09, SETMRL = 0x0A, SETBUSCON = 0x0C, SETXTIME = 0x28, SETAASA = 0x29,
-                       RSTACT = 0x2A, RSTGRPA = 0x2C;
-constexpr std::uint8_t ENEC_D = 0x80, DISEC_D = 0x81, ENTAS0_D = 0x82, ENTAS3_D = 0x85, SETDASA = 0x87,
-                       SETNEWDA = 0x88, SETMWL_D = 0x89, SETMRL_D = 0x8A, GETMWL = 0x8B, GETMRL = 0x8C,
-                       GETPID = 0x8D, GETBCR = 0x8E, GETDCR = 0x8F, GETSTATUS = 0x90, GETMXDS = 0x94,
-                       GETCAPS = 0x95, SETXTIME_D = 0x98, GETXTIME = 0x99, RSTACT_D = 0x9A, SETGRPA = 0x9B,
-                       RSTGRPA_D = 0x9C;
+                       SETMWL = 0x09, SETMRL = 0x0A, SETBUSCON = 0x0C, SETXTIME = 0x28, SETAASA = 0x29, RSTACT = 0x2A,
+                       RSTGRPA = 0x2C;
+constexpr std::uint8_t ENEC_D = 0x80, DISEC_D = 0x81, ENTAS0_D = 0x82, ENTAS3_D = 0x85, SETDASA = 0x87, SETNEWDA = 0x88,
+                       SETMWL_D = 0x89, SETMRL_D = 0x8A, GETMWL = 0x8B, GETMRL = 0x8C, GETPID = 0x8D, GETBCR = 0x8E,
+                       GETDCR = 0x8F, GETSTATUS = 0x90, GETMXDS = 0x94, GETCAPS = 0x95, SETXTIME_D = 0x98,
+                       GETXTIME = 0x99, RSTACT_D = 0x9A, SETGRPA = 0x9B, RSTGRPA_D = 0x9C;
 constexpr std::uint8_t kFirstDirect = 0x80;
-}  // namespace ccc
+} // namespace ccc
 
-constexpr std::uint8_t kIbiPayloadBit = 0x04;  // BCR bit 2: IBIs carry a payload
+// clang-format off
+// Payload offsets.
+constexpr std::size_t kAddress      = 0;  // 0x7E for a broadcast code
+constexpr std::size_t kFlags        = 1;  // bit 0 read, bits 1-2 mode, bit 3 transfer flag, bit 4 defining byte sent
+constexpr std::size_t kLength       = 2;  // bytes to read, or bytes written
+constexpr std::size_t kCode         = 3;
+constexpr std::size_t kDefiningByte = 4;
+constexpr std::size_t kData         = 5;  // written data
+// clang-format on
+
+constexpr std::uint8_t kReadFlag = 0x01;
+constexpr std::uint8_t kDefiningByteFlag = 0x10;
+constexpr std::uint8_t kIbiPayloadBit = 0x04; // BCR bit 2: IBIs carry a payload
 
 struct CccFrame {
-    std::uint8_t address;
-    bool read;
-    bool hasDefiningByte;
-    std::uint8_t length;
-    std::uint8_t code;
-    std::uint8_t definingByte;
+    std::uint8_t address = 0;
+    bool read = false;
+    bool hasDefiningByte = false;
+    std::uint8_t length = 0;
+    std::uint8_t code = 0;
+    std::uint8_t definingByte = 0;
     Bytes data;
 };
 
@@ -43,48 +51,75 @@ struct CccResult {
     Bytes data;
 };
 
-CccResult fail(I3cStatus status) { return {static_cast<std::uint16_t>(status), {}}; }
-CccResult fail(DeviceStatus status) { return {static_cast<std::uint16_t>(status), {}}; }
-CccResult answer(Bytes data) { return {static_cast<std::uint16_t>(DeviceStatus::SUCCESS), std::move(data)}; }
+CccResult fail(I3cStatus status)
+{
+    return {static_cast<std::uint16_t>(status), {}};
+}
+CccResult fail(DeviceStatus status)
+{
+    return {static_cast<std::uint16_t>(status), {}};
+}
+CccResult answer(Bytes data)
+{
+    return {static_cast<std::uint16_t>(DeviceStatus::SUCCESS), std::move(data)};
+}
 
-bool isGet(std::uint8_t code) {
+bool isGet(std::uint8_t code)
+{
     switch (code) {
-    case ccc::GETMWL: case ccc::GETMRL: case ccc::GETPID: case ccc::GETBCR: case ccc::GETDCR:
-    case ccc::GETSTATUS: case ccc::GETMXDS: case ccc::GETCAPS: case ccc::GETXTIME:
-        return true;
-    default:
-        return false;
+    case ccc::GETMWL:
+    case ccc::GETMRL:
+    case ccc::GETPID:
+    case ccc::GETBCR:
+    case ccc::GETDCR:
+    case ccc::GETSTATUS:
+    case ccc::GETMXDS:
+    case ccc::GETCAPS:
+    case ccc::GETXTIME: return true;
+    default: return false;
     }
 }
 
 // ENEC/DISEC and RSTACT carry their argument in the defining byte (broadcast
 // forms as the host encodes them) or in the first data byte (direct forms).
-std::optional<std::uint8_t> argumentOf(const CccFrame& frame) {
+std::optional<std::uint8_t> argumentOf(const CccFrame& frame)
+{
     if (frame.hasDefiningByte) return frame.definingByte;
     if (!frame.data.empty()) return frame.data[0];
     return std::nullopt;
 }
 
-std::optional<std::uint16_t> bigEndianLength(const CccFrame& frame) {
+// CCC payloads order their 16-bit values most significant byte first, as the
+// I3C specification has them.
+std::optional<std::uint16_t> bigEndianLength(const CccFrame& frame)
+{
     if (frame.data.size() < 2) return std::nullopt;
     return static_cast<std::uint16_t>(frame.data[0] << 8 | frame.data[1]);
 }
 
+Bytes bigEndian(std::uint16_t value)
+{
+    return {static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value & 0xFF)};
+}
+
 // SETMRL's third byte reaches only targets whose IBIs carry a payload.
-void setMaxReadLength(I3cTarget& target, std::uint16_t length, const Bytes& data) {
+void setMaxReadLength(I3cTarget& target, std::uint16_t length, const Bytes& data)
+{
     target.maxReadLength = length;
     if (data.size() >= 3 && ((target.config.bcr & kIbiPayloadBit) != 0 || target.maxIbiPayloadSize))
         target.maxIbiPayloadSize = data[2];
 }
 
-void changeEvents(I3cTarget& target, std::uint8_t code, std::uint8_t events) {
+void changeEvents(I3cTarget& target, std::uint8_t code, std::uint8_t events)
+{
     if (code == ccc::ENEC || code == ccc::ENEC_D)
         target.events = static_cast<std::uint8_t>(target.events | events);
     else
         target.events = static_cast<std::uint8_t>(target.events & ~events);
 }
 
-CccResult broadcast(I3cState& bus, const CccFrame& frame) {
+CccResult broadcast(I3cState& bus, const CccFrame& frame)
+{
     switch (frame.code) {
     case ccc::ENEC:
     case ccc::DISEC: {
@@ -95,12 +130,8 @@ CccResult broadcast(I3cState& bus, const CccFrame& frame) {
         if ((*events & kEventHotJoin) != 0) bus.hotJoinAccepted = frame.code == ccc::ENEC;
         return {};
     }
-    case ccc::RSTDAA:
-        resetDynamicAddresses(bus);
-        return {};
-    case ccc::ENTDAA:
-        assignDynamicAddresses(bus);
-        return {};
+    case ccc::RSTDAA: resetDynamicAddresses(bus); return {};
+    case ccc::ENTDAA: assignDynamicAddresses(bus); return {};
     case ccc::SETMWL: {
         const auto length = bigEndianLength(frame);
         if (!length) return fail(DeviceStatus::INVALID_PARAMETER);
@@ -134,17 +165,17 @@ CccResult broadcast(I3cState& bus, const CccFrame& frame) {
     }
     case ccc::SETBUSCON:
     case ccc::SETXTIME:
-    case ccc::RSTGRPA:
-        return {};  // acknowledged; bus context, timing and groups are not modelled
+    case ccc::RSTGRPA: return {}; // acknowledged; bus context, timing and groups are not modelled
     default:
-        if (frame.code >= ccc::ENTAS0 && frame.code <= ccc::ENTAS3) return {};  // activity states: no effect here
+        if (frame.code >= ccc::ENTAS0 && frame.code <= ccc::ENTAS3) return {}; // activity states: no effect here
         return fail(I3cStatus::UNSUPPORTED_CCC);
     }
 }
 
 // SETDASA goes to a static address, and only a target still without a
 // dynamic address answers it.
-CccResult setDasa(I3cState& bus, const CccFrame& frame) {
+CccResult setDasa(I3cState& bus, const CccFrame& frame)
+{
     const auto it = std::find_if(bus.targets.begin(), bus.targets.end(), [&](const I3cTarget& t) {
         return t.dynamicAddress == 0 && t.config.staticAddress == frame.address;
     });
@@ -156,7 +187,8 @@ CccResult setDasa(I3cState& bus, const CccFrame& frame) {
     return {};
 }
 
-CccResult direct(I3cState& bus, const CccFrame& frame) {
+CccResult direct(I3cState& bus, const CccFrame& frame)
+{
     if (frame.code == ccc::SETDASA) return setDasa(bus, frame);
     I3cTarget* target = findByDynamicAddress(bus, frame.address);
     if (!target) return fail(I3cStatus::NACK);
@@ -189,12 +221,9 @@ CccResult direct(I3cState& bus, const CccFrame& frame) {
         setMaxReadLength(*target, *length, frame.data);
         return {};
     }
-    case ccc::GETMWL:
-        return answer({static_cast<std::uint8_t>(target->maxWriteLength >> 8),
-                       static_cast<std::uint8_t>(target->maxWriteLength & 0xFF)});
+    case ccc::GETMWL: return answer(bigEndian(target->maxWriteLength));
     case ccc::GETMRL: {
-        Bytes data{static_cast<std::uint8_t>(target->maxReadLength >> 8),
-                   static_cast<std::uint8_t>(target->maxReadLength & 0xFF)};
+        Bytes data = bigEndian(target->maxReadLength);
         if (target->maxIbiPayloadSize) data.push_back(*target->maxIbiPayloadSize);
         return answer(std::move(data));
     }
@@ -203,13 +232,11 @@ CccResult direct(I3cState& bus, const CccFrame& frame) {
         for (std::size_t i = 0; i < 6; ++i) pid.push_back(pidByte(config.pid, i));
         return answer(std::move(pid));
     }
-    case ccc::GETBCR:
-        return answer({config.bcr});
-    case ccc::GETDCR:
-        return answer({config.dcr});
+    case ccc::GETBCR: return answer({config.bcr});
+    case ccc::GETDCR: return answer({config.dcr});
     case ccc::GETSTATUS:
         if (frame.hasDefiningByte && frame.definingByte != 0) return fail(I3cStatus::NACK);
-        return answer({static_cast<std::uint8_t>(config.status >> 8), static_cast<std::uint8_t>(config.status & 0xFF)});
+        return answer(bigEndian(config.status));
     case ccc::GETCAPS:
         if (frame.hasDefiningByte && frame.definingByte != 0) return fail(I3cStatus::NACK);
         [[fallthrough]];
@@ -218,7 +245,7 @@ CccResult direct(I3cState& bus, const CccFrame& frame) {
         const Bytes& value = frame.code == ccc::GETCAPS   ? config.capabilities
                              : frame.code == ccc::GETMXDS ? config.maxDataSpeed
                                                           : config.extendedTiming;
-        if (value.empty()) return fail(I3cStatus::NACK);  // an optional CCC it does not support
+        if (value.empty()) return fail(I3cStatus::NACK); // an optional CCC it does not support
         return answer(value);
     }
     case ccc::RSTACT_D: {
@@ -230,50 +257,47 @@ CccResult direct(I3cState& bus, const CccFrame& frame) {
     }
     case ccc::SETXTIME_D:
     case ccc::SETGRPA:
-    case ccc::RSTGRPA_D:
-        return {};  // acknowledged; timing and groups are not modelled
+    case ccc::RSTGRPA_D: return {}; // acknowledged; timing and groups are not modelled
     default:
         if (frame.code >= ccc::ENTAS0_D && frame.code <= ccc::ENTAS3_D) return {};
         return fail(I3cStatus::UNSUPPORTED_CCC);
     }
 }
 
-CccResult run(I3cState& bus, const CccFrame& frame) {
+CccResult run(I3cState& bus, const CccFrame& frame)
+{
     if (bus.inHdrMode) return fail(I3cStatus::HDR_MODE_ACTIVE);
     const bool isBroadcast = frame.code < ccc::kFirstDirect;
     if (isBroadcast != (frame.address == kI3cBroadcast)) return fail(DeviceStatus::INVALID_PARAMETER);
     // Only RSTACT goes either way; a GET must read and every other code write.
-    if (frame.code != ccc::RSTACT_D && frame.read != isGet(frame.code))
-        return fail(DeviceStatus::INVALID_PARAMETER);
+    if (frame.code != ccc::RSTACT_D && frame.read != isGet(frame.code)) return fail(DeviceStatus::INVALID_PARAMETER);
     return isBroadcast ? broadcast(bus, frame) : direct(bus, frame);
 }
 
-}  // namespace
+} // namespace
 
-void handleI3cCcc(FirmwareState& state, const Request& request, Reply& reply) {
-    const Bytes header = frameBytes(request, 4, 5);
-    if (header.size() < 5) {
-        setStatus(reply, DeviceStatus::INVALID_PARAMETER);
-        const std::uint8_t empty[4] = {};
-        reply.appendBytes(empty, sizeof empty);
+void handleI3cCcc(FirmwareState& state, const Request& request, Reply& reply)
+{
+    if (request.size() < kData) {
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+        reply.u8(0).u8(0).u8(0).u8(0);
         return;
     }
-    CccFrame frame{header[0],
-                   (header[1] & 0x01) != 0,
-                   (header[1] & 0x10) != 0,
-                   header[2],
-                   header[3],
-                   header[4],
-                   frameBytes(request, 9, request.payloadSize())};
+    const std::uint8_t flags = *request.u8(kFlags);
+    CccFrame frame;
+    frame.address = *request.u8(kAddress);
+    frame.read = (flags & kReadFlag) != 0;
+    frame.hasDefiningByte = (flags & kDefiningByteFlag) != 0;
+    frame.length = *request.u8(kLength);
+    frame.code = *request.u8(kCode);
+    frame.definingByte = *request.u8(kDefiningByte);
+    frame.data = request.bytes(kData);
     CccResult result = run(state.i3c, frame);
     // The controller stops reading after the bytes it was asked for.
     if (result.data.size() > frame.length) result.data.resize(frame.length);
     reply.setStatus(result.status);
-    reply.appendU8(frame.address);
-    reply.appendU8(frame.code);
-    reply.appendU8(frame.definingByte);
-    reply.appendU8(static_cast<std::uint8_t>(result.data.size()));
-    reply.appendBytes(result.data.data(), result.data.size());
+    reply.u8(frame.address).u8(frame.code).u8(frame.definingByte).u8(static_cast<std::uint8_t>(result.data.size()));
+    reply.bytes(result.data);
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

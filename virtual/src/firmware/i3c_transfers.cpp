@@ -1,12 +1,9 @@
-// I3C private transfers (0x1908): SDR and legacy I2C with a register address,
-// HDR-DDR with a command byte, all reaching the targets' memories.
+// I3C private transfers (I3C_PRIVATE_TRANSFER): SDR and legacy I2C with a
+// register address, HDR-DDR with a command byte, all reaching the targets'
+// memories.
 //
-// Request: target address at 4, mode byte at 5 (bit 0 read, bits 1-2 mode:
-// 0 SDR, 1 HDR-DDR, 2 legacy I2C, bits 3-7 flags), HDR command at 6, register
-// address length at 7. SDR and legacy I2C: register bytes at 8..11, length
-// u16 at 12, written data from 14. HDR-DDR: length u16 at 8, data from 10.
-// Answer: address and mode byte echoed at 6..7, then the count u16 at 8 (bytes
-// read, or written) and the bytes read from 10.
+// Answer payload: the target address and the mode byte echoed, the count u16
+// (bytes read, or written), then the bytes read.
 #include <algorithm>
 
 #include "firmware/i3c_handlers.hpp"
@@ -15,11 +12,24 @@ namespace tarvix_virtual::detail {
 
 namespace {
 
+// clang-format off
+// Payload offsets.
+constexpr std::size_t kAddress        = 0;
+constexpr std::size_t kModeByte       = 1;   // bit 0 read, bits 1-2 mode, bits 3-7 flags
+constexpr std::size_t kHdrCommand     = 2;
+constexpr std::size_t kRegisterSize   = 3;   // register address bytes, 0..4
+constexpr std::size_t kRegister       = 4;   // SDR, legacy I2C: up to 4 bytes, most significant first
+constexpr std::size_t kSdrLength      = 8;   // u16
+constexpr std::size_t kSdrData        = 10;
+constexpr std::size_t kHdrLength      = 4;   // u16
+constexpr std::size_t kHdrData        = 6;
+// clang-format on
+
+constexpr std::uint8_t kReadBit = 0x01;
 constexpr std::uint8_t kModeSdr = 0;
 constexpr std::uint8_t kModeHdrDdr = 1;
 constexpr std::uint8_t kModeLegacyI2c = 2;
-constexpr std::size_t kMaxRegisterBytes = 4;
-constexpr std::uint8_t kHdrReadCommand = 0x80;  // HDR-DDR commands 0x80..0xFF read
+constexpr std::uint8_t kHdrReadCommand = 0x80; // HDR-DDR commands 0x80..0xFF read
 
 struct TransferResult {
     std::uint16_t status = static_cast<std::uint16_t>(DeviceStatus::SUCCESS);
@@ -27,11 +37,18 @@ struct TransferResult {
     Bytes data;
 };
 
-TransferResult fail(I3cStatus status) { return {static_cast<std::uint16_t>(status), 0, {}}; }
-TransferResult fail(DeviceStatus status) { return {static_cast<std::uint16_t>(status), 0, {}}; }
+TransferResult fail(I3cStatus status)
+{
+    return {static_cast<std::uint16_t>(status), 0, {}};
+}
+TransferResult fail(DeviceStatus status)
+{
+    return {static_cast<std::uint16_t>(status), 0, {}};
+}
 
 // The pointer moves on with every byte and wraps at the end of the memory.
-void writeMemory(Bytes& memory, std::size_t& pointer, const Bytes& data) {
+void writeMemory(Bytes& memory, std::size_t& pointer, const Bytes& data)
+{
     if (memory.empty()) return;
     for (const std::uint8_t byte : data) {
         pointer %= memory.size();
@@ -40,7 +57,8 @@ void writeMemory(Bytes& memory, std::size_t& pointer, const Bytes& data) {
     pointer %= memory.size();
 }
 
-Bytes readMemory(const Bytes& memory, std::size_t& pointer, std::size_t count) {
+Bytes readMemory(const Bytes& memory, std::size_t& pointer, std::size_t count)
+{
     Bytes data;
     if (memory.empty()) return data;
     for (std::size_t i = 0; i < count; ++i) {
@@ -54,7 +72,8 @@ Bytes readMemory(const Bytes& memory, std::size_t& pointer, std::size_t count) {
 // A memory-backed target seen through SDR or legacy I2C: the register bytes,
 // most significant first, move its pointer before the data.
 TransferResult registerTransfer(Bytes& memory, std::size_t& pointer, const Bytes& registerAddress, bool read,
-                                std::size_t length, const Bytes& written) {
+                                std::size_t length, const Bytes& written)
+{
     if (!registerAddress.empty() && !memory.empty()) {
         std::size_t value = 0;
         for (const std::uint8_t byte : registerAddress) value = value << 8 | byte;
@@ -71,14 +90,13 @@ TransferResult registerTransfer(Bytes& memory, std::size_t& pointer, const Bytes
     return result;
 }
 
-TransferResult sdrOrLegacy(I3cState& bus, const Request& request, std::uint8_t address, std::uint8_t mode,
-                           bool read) {
-    const auto registerLength = frameU8(request, 7);
-    const auto length = frameU16(request, 12);
-    if (!registerLength || *registerLength > kMaxRegisterBytes || !length)
-        return fail(DeviceStatus::INVALID_PARAMETER);
-    const Bytes registerAddress = frameBytes(request, 8, *registerLength);
-    const Bytes written = read ? Bytes{} : frameBytes(request, 14, *length);
+TransferResult sdrOrLegacy(I3cState& bus, const Request& request, std::uint8_t address, std::uint8_t mode, bool read)
+{
+    const auto registerLength = request.u8(kRegisterSize);
+    const auto length = request.u16(kSdrLength);
+    if (!registerLength || *registerLength > kMaxRegisterBytes || !length) return fail(DeviceStatus::INVALID_PARAMETER);
+    const Bytes registerAddress = request.bytes(kRegister, *registerLength);
+    const Bytes written = read ? Bytes{} : request.bytes(kSdrData, *length);
     if (written.size() < (read ? 0u : *length)) return fail(DeviceStatus::INVALID_PARAMETER);
     if (bus.inHdrMode) return fail(I3cStatus::HDR_MODE_ACTIVE);
 
@@ -95,12 +113,12 @@ TransferResult sdrOrLegacy(I3cState& bus, const Request& request, std::uint8_t a
     return registerTransfer(target->memory, target->registerPointer, registerAddress, read, readLength, written);
 }
 
-TransferResult hdrDdr(I3cState& bus, const Request& request, std::uint8_t address, bool read) {
-    const auto command = frameU8(request, 6);
-    const auto length = frameU16(request, 8);
-    if (!command || !length || read != (*command >= kHdrReadCommand))
-        return fail(DeviceStatus::INVALID_PARAMETER);
-    const Bytes written = read ? Bytes{} : frameBytes(request, 10, *length);
+TransferResult hdrDdr(I3cState& bus, const Request& request, std::uint8_t address, bool read)
+{
+    const auto command = request.u8(kHdrCommand);
+    const auto length = request.u16(kHdrLength);
+    if (!command || !length || read != (*command >= kHdrReadCommand)) return fail(DeviceStatus::INVALID_PARAMETER);
+    const Bytes written = read ? Bytes{} : request.bytes(kHdrData, *length);
     if (written.size() < (read ? 0u : *length)) return fail(DeviceStatus::INVALID_PARAMETER);
 
     // ENTHDR0 puts every target in HDR-DDR mode, whoever answers afterwards;
@@ -121,14 +139,15 @@ TransferResult hdrDdr(I3cState& bus, const Request& request, std::uint8_t addres
     return result;
 }
 
-}  // namespace
+} // namespace
 
-void handleI3cPrivateTransfer(FirmwareState& state, const Request& request, Reply& reply) {
-    const auto address = frameU8(request, 4);
-    const auto modeByte = frameU8(request, 5);
+void handleI3cPrivateTransfer(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto address = request.u8(kAddress);
+    const auto modeByte = request.u8(kModeByte);
     TransferResult result = fail(DeviceStatus::INVALID_PARAMETER);
     if (address && modeByte) {
-        const bool read = (*modeByte & 0x01) != 0;
+        const bool read = (*modeByte & kReadBit) != 0;
         const auto mode = static_cast<std::uint8_t>((*modeByte >> 1) & 0x03);
         if (mode == kModeSdr || mode == kModeLegacyI2c)
             result = sdrOrLegacy(state.i3c, request, *address, mode, read);
@@ -136,11 +155,7 @@ void handleI3cPrivateTransfer(FirmwareState& state, const Request& request, Repl
             result = hdrDdr(state.i3c, request, *address, read);
     }
     reply.setStatus(result.status);
-    reply.appendU8(address.value_or(0));
-    reply.appendU8(modeByte.value_or(0));
-    reply.appendU8(static_cast<std::uint8_t>(result.count & 0xFF));
-    reply.appendU8(static_cast<std::uint8_t>(result.count >> 8));
-    reply.appendBytes(result.data.data(), result.data.size());
+    reply.u8(address.value_or(0)).u8(modeByte.value_or(0)).u16(result.count).bytes(result.data);
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -5,7 +5,8 @@
 
 namespace tarvix_virtual::detail {
 
-void RailsState::restart() {
+void RailsState::restart()
+{
     shared.millivolts = 3300;
     shared.external = false;
     i3c.millivolts = 1800;
@@ -15,29 +16,31 @@ void RailsState::restart() {
 
 namespace {
 
+// Payloads of the set and external commands.
+constexpr std::size_t kMillivolts = 0; // set: u16
+constexpr std::size_t kSharedFlag = 2; // set shared rail: the extra byte
+constexpr std::size_t kExternal = 0;   // external: 1 = take the supply from outside, 0 = regulator
 
-// Payload: u16 LE millivolts. Setting a voltage switches the rail back to
-// its own regulator.
-bool setRail(Rail& rail, const Request& request, Reply& reply) {
-    const auto low = request.payloadU8(0);
-    const auto high = request.payloadU8(1);
-    if (!low || !high) {
+// Setting a voltage switches the rail back to its own regulator.
+bool setRail(Rail& rail, const Request& request, Reply& reply)
+{
+    const auto millivolts = request.u16(kMillivolts);
+    if (!millivolts) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return false;
     }
-    const auto millivolts = static_cast<std::uint16_t>(*low | *high << 8);
-    if (millivolts < RailsState::kMinMillivolts || millivolts > RailsState::kMaxMillivolts) {
+    if (*millivolts < RailsState::kMinMillivolts || *millivolts > RailsState::kMaxMillivolts) {
         reply.setStatus(DeviceStatus::VOLTAGE_OUT_OF_RANGE);
         return false;
     }
-    rail.millivolts = millivolts;
+    rail.millivolts = *millivolts;
     rail.external = false;
     return true;
 }
 
-// Payload: one flag byte, 1 = take the supply from outside, 0 = regulator.
-void useExternal(Rail& rail, const Request& request, Reply& reply) {
-    const auto flag = request.payloadU8(0);
+void useExternal(Rail& rail, const Request& request, Reply& reply)
+{
+    const auto flag = request.u8(kExternal);
     if (!flag || *flag > 1) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
@@ -45,39 +48,38 @@ void useExternal(Rail& rail, const Request& request, Reply& reply) {
     rail.external = *flag == 1;
 }
 
-void setSharedRail(FirmwareState& state, const Request& request, Reply& reply) {
+void setSharedRail(FirmwareState& state, const Request& request, Reply& reply)
+{
     // The third byte has no effect on the model's regulator; it is kept as sent.
-    if (setRail(state.rails.shared, request, reply)) state.rails.sharedFlag = request.payloadU8(2).value_or(0);
+    if (setRail(state.rails.shared, request, reply)) state.rails.sharedFlag = request.u8(kSharedFlag).value_or(0);
 }
 
-void setI3cRail(FirmwareState& state, const Request& request, Reply& reply) {
+void setI3cRail(FirmwareState& state, const Request& request, Reply& reply)
+{
     setRail(state.rails.i3c, request, reply);
 }
 
-void sharedExternal(FirmwareState& state, const Request& request, Reply& reply) {
+void sharedExternal(FirmwareState& state, const Request& request, Reply& reply)
+{
     useExternal(state.rails.shared, request, reply);
 }
 
-void i3cExternal(FirmwareState& state, const Request& request, Reply& reply) {
+void i3cExternal(FirmwareState& state, const Request& request, Reply& reply)
+{
     useExternal(state.rails.i3c, request, reply);
-}
-
-void appendU16(Reply& reply, std::uint16_t value) {
-    reply.appendU8(static_cast<std::uint8_t>(value & 0xFFu));
-    reply.appendU8(static_cast<std::uint8_t>(value >> 8));
 }
 
 // Answer: shared rail, then the I3C rail measured twice (at the regulator and
 // at the connector; the model has no drop between them), u16 LE millivolts.
-void analogMeasurements(FirmwareState& state, const Request&, Reply& reply) {
-    appendU16(reply, state.rails.shared.measured());
-    appendU16(reply, state.rails.i3c.measured());
-    appendU16(reply, state.rails.i3c.measured());
+void analogMeasurements(FirmwareState& state, const Request&, Reply& reply)
+{
+    reply.u16(state.rails.shared.measured()).u16(state.rails.i3c.measured()).u16(state.rails.i3c.measured());
 }
 
-}  // namespace
+} // namespace
 
-void registerRailsCommands(CommandTable& table) {
+void registerRailsCommands(CommandTable& table)
+{
     table[codes::SET_I3C_RAIL] = setI3cRail;
     table[codes::SET_SHARED_RAIL] = setSharedRail;
     table[codes::GET_ANALOG_MEASUREMENTS] = analogMeasurements;
@@ -85,4 +87,4 @@ void registerRailsCommands(CommandTable& table) {
     table[codes::SHARED_RAIL_EXTERNAL] = sharedExternal;
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -22,14 +22,16 @@ constexpr std::uint8_t kChipEraseAlt = 0xC7;
 constexpr std::uint8_t kReadJedecId = 0x9F;
 constexpr std::uint8_t kStatusWriteEnabled = 0x02;
 
-std::size_t addressOf(const std::vector<std::uint8_t>& mosi) {
+std::size_t addressOf(const std::vector<std::uint8_t>& mosi)
+{
     return (static_cast<std::size_t>(mosi[1]) << 16 | static_cast<std::size_t>(mosi[2]) << 8 | mosi[3]) %
            SpiFlash::kSize;
 }
 
-}  // namespace
+} // namespace
 
-std::vector<std::uint8_t> SpiFlash::transact(const std::vector<std::uint8_t>& mosi) {
+std::vector<std::uint8_t> SpiFlash::transact(const std::vector<std::uint8_t>& mosi)
+{
     std::vector<std::uint8_t> miso(mosi.size(), 0xFF);
     if (mosi.empty()) return miso;
     const std::uint8_t command = mosi[0];
@@ -40,15 +42,11 @@ std::vector<std::uint8_t> SpiFlash::transact(const std::vector<std::uint8_t>& mo
     case kReadStatus:
         for (std::size_t i = 1; i < miso.size(); ++i) miso[i] = writeEnabled ? kStatusWriteEnabled : 0;
         break;
-    case kWriteEnable:
-        writeEnabled = true;
-        break;
-    case kWriteDisable:
-        writeEnabled = false;
-        break;
+    case kWriteEnable: writeEnabled = true; break;
+    case kWriteDisable: writeEnabled = false; break;
     case kRead:
     case kFastRead: {
-        const std::size_t first = command == kRead ? 4 : 5;  // fast read has one dummy byte
+        const std::size_t first = command == kRead ? 4 : 5; // fast read has one dummy byte
         if (mosi.size() < 4) break;
         std::size_t address = addressOf(mosi);
         for (std::size_t i = first; i < miso.size(); ++i) {
@@ -63,8 +61,7 @@ std::vector<std::uint8_t> SpiFlash::transact(const std::vector<std::uint8_t>& mo
         if (!writeEnabled || mosi.size() < 4) break;
         const std::size_t address = addressOf(mosi);
         const std::size_t page = address - address % kPage;
-        for (std::size_t i = 4; i < mosi.size(); ++i)
-            memory[page + (address + i - 4) % kPage] &= mosi[i];
+        for (std::size_t i = 4; i < mosi.size(); ++i) memory[page + (address + i - 4) % kPage] &= mosi[i];
         writeEnabled = false;
         break;
     }
@@ -83,13 +80,13 @@ std::vector<std::uint8_t> SpiFlash::transact(const std::vector<std::uint8_t>& mo
         std::fill(memory.begin(), memory.end(), std::uint8_t{0xFF});
         writeEnabled = false;
         break;
-    default:
-        break;  // unknown command: the chip stays silent
+    default: break; // unknown command: the chip stays silent
     }
     return miso;
 }
 
-void SpiState::restart() {
+void SpiState::restart()
+{
     initialised = false;
     lsbFirst = false;
     mode = 0;
@@ -101,18 +98,32 @@ void SpiState::restart() {
 
 namespace {
 
+// clang-format off
+// Payload offsets of init and set parameters.
+constexpr std::size_t kBitOrder          = 0;  // 0 MSB first, 1 LSB first
+constexpr std::size_t kMode              = 1;  // 0..3
+constexpr std::size_t kDataWidth         = 2;  // 8 or 16 bits
+constexpr std::size_t kChipSelect        = 3;  // 0..3
+constexpr std::size_t kPolarity          = 4;  // 0 active low, 1 active high
+constexpr std::size_t kFrequency         = 5;  // u32 Hz
+constexpr std::size_t kSettingsSize      = 9;
+// Payload offsets of a transfer.
+constexpr std::size_t kDataCount         = 0;  // u16: data bytes that follow
+constexpr std::size_t kTransferLength    = 2;  // u16: bytes to clock
+constexpr std::size_t kData              = 4;
+// clang-format on
 
-std::uint8_t reversed(std::uint8_t byte) {
+std::uint8_t reversed(std::uint8_t byte)
+{
     std::uint8_t result = 0;
     for (int i = 0; i < 8; ++i) result = static_cast<std::uint8_t>(result << 1 | ((byte >> i) & 1));
     return result;
 }
 
-// Payload: bit order, mode, data width, chip select, chip-select polarity,
-// u32 frequency in Hz. Set-parameters needs an initialised controller.
-void configure(FirmwareState& state, const Request& request, Reply& reply, bool init) {
-    const std::vector<std::uint8_t> p = request.payload();
-    if (p.size() < 9) {
+// Set-parameters needs an initialised controller.
+void configure(FirmwareState& state, const Request& request, Reply& reply, bool init)
+{
+    if (request.size() < kSettingsSize) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return;
     }
@@ -121,43 +132,53 @@ void configure(FirmwareState& state, const Request& request, Reply& reply, bool 
         reply.setStatus(DeviceStatus::SPI_NOT_INITIALISED);
         return;
     }
-    const std::uint32_t frequency = static_cast<std::uint32_t>(p[5]) | static_cast<std::uint32_t>(p[6]) << 8 |
-                                    static_cast<std::uint32_t>(p[7]) << 16 | static_cast<std::uint32_t>(p[8]) << 24;
-    if (p[0] > 1 || p[1] > 3 || (p[2] != 8 && p[2] != 16) || p[3] >= SpiState::kChipSelects || p[4] > 1 ||
-        frequency == 0 || frequency > SpiState::kMaxFrequency) {
+    const std::uint8_t bitOrder = *request.u8(kBitOrder);
+    const std::uint8_t mode = *request.u8(kMode);
+    const std::uint8_t dataWidth = *request.u8(kDataWidth);
+    const std::uint8_t chipSelect = *request.u8(kChipSelect);
+    const std::uint8_t polarity = *request.u8(kPolarity);
+    const std::uint32_t frequency = *request.u32(kFrequency);
+    if (bitOrder > 1 || mode > 3 || (dataWidth != 8 && dataWidth != 16) || chipSelect >= SpiState::kChipSelects ||
+        polarity > 1 || frequency == 0 || frequency > SpiState::kMaxFrequency) {
         reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
         return;
     }
     spi.initialised = true;
-    spi.lsbFirst = p[0] == 1;
-    spi.mode = p[1];
-    spi.dataWidth = p[2];
-    spi.chipSelect = p[3];
-    spi.activeHigh = p[4] == 1;
+    spi.lsbFirst = bitOrder == 1;
+    spi.mode = mode;
+    spi.dataWidth = dataWidth;
+    spi.chipSelect = chipSelect;
+    spi.activeHigh = polarity == 1;
     spi.frequency = frequency;
 }
 
-void init(FirmwareState& state, const Request& request, Reply& reply) { configure(state, request, reply, true); }
-void setParameters(FirmwareState& state, const Request& request, Reply& reply) {
+void init(FirmwareState& state, const Request& request, Reply& reply)
+{
+    configure(state, request, reply, true);
+}
+void setParameters(FirmwareState& state, const Request& request, Reply& reply)
+{
     configure(state, request, reply, false);
 }
 
-// Payload: u16 data count, u16 transfer length, the data. The controller
-// clocks max(count, length) bytes, sending 0x00 after the data, and answers
-// u16 count of bytes clocked, then what came back on MISO. The flashes select
-// on an active-low line: with the polarity set active high none of them
+// The data count must match the data that follows. The controller clocks
+// max(count, length) bytes, sending 0x00 after the data, and answers u16
+// count of bytes clocked, then what came back on MISO. The flashes select on
+// an active-low line: with the polarity set active high none of them
 // listens, and MISO floats high.
-void transfer(FirmwareState& state, const Request& request, Reply& reply) {
-    const std::vector<std::uint8_t> p = request.payload();
+void transfer(FirmwareState& state, const Request& request, Reply& reply)
+{
+    const auto count = request.u16(kDataCount);
+    const auto length = request.u16(kTransferLength);
     SpiState& spi = state.spi;
     std::vector<std::uint8_t> miso;
-    if (p.size() < 4 || static_cast<std::size_t>(p[0] | p[1] << 8) != p.size() - 4) {
+    if (!count || !length || *count != request.size() - kData) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     } else if (!spi.initialised) {
         reply.setStatus(DeviceStatus::SPI_NOT_INITIALISED);
     } else {
-        std::vector<std::uint8_t> mosi(p.begin() + 4, p.end());
-        mosi.resize(std::max<std::size_t>(mosi.size(), static_cast<std::size_t>(p[2] | p[3] << 8)), 0x00);
+        std::vector<std::uint8_t> mosi = request.bytes(kData);
+        mosi.resize(std::max<std::size_t>(mosi.size(), *length), 0x00);
         std::optional<SpiFlash>& flash = spi.flashes[spi.chipSelect];
         if (flash && !spi.activeHigh) {
             if (spi.lsbFirst)
@@ -169,17 +190,16 @@ void transfer(FirmwareState& state, const Request& request, Reply& reply) {
             miso.assign(mosi.size(), 0xFF);
         }
     }
-    reply.appendU8(static_cast<std::uint8_t>(miso.size() & 0xFFu));
-    reply.appendU8(static_cast<std::uint8_t>(miso.size() >> 8));
-    reply.appendBytes(miso.data(), miso.size());
+    reply.u16(static_cast<std::uint16_t>(miso.size())).bytes(miso);
 }
 
-}  // namespace
+} // namespace
 
-void registerSpiCommands(CommandTable& table) {
+void registerSpiCommands(CommandTable& table)
+{
     table[codes::SPI_INIT] = init;
     table[codes::SPI_SET_PARAMETERS] = setParameters;
     table[codes::SPI_TRANSFER] = transfer;
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

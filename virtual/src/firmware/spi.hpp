@@ -45,4 +45,4 @@ struct SpiState {
     void restart();
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -14,7 +14,7 @@ struct UartState {
     std::uint8_t parity = 0;
     std::uint8_t dataBits = 8;
     std::uint8_t stopBits = 1;
-    bool loopback = false;  // TX wired back to RX
+    bool loopback = false; // TX wired back to RX
     // Received bytes one notification carries: what one report leaves after
     // the segment header, the frame header and the u16 count. Set at attach.
     std::size_t chunk = 54;
@@ -27,4 +27,4 @@ struct UartState {
     void restart();
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail
