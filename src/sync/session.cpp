@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "../async/session.hpp"
+#include "../protocol/layout.hpp"
 
 namespace tarvix_detail {
 
@@ -25,22 +26,36 @@ TransactionId randomStart(const void* salt) noexcept
 } // namespace
 
 SyncSession::SyncSession(int timeoutMs, const SessionOptions& options)
-    : waiter_(timeoutMs, options.matchResponses), async(options)
+    : waiter_(timeoutMs, options.matchResponses), pipeline(timeoutMs), async(options)
 {
     if (options.matchResponses) {
         counter_ = randomStart(this);
-        async.session_->beforeSend = [this](TransactionId id, std::uint16_t code) { waiter_.expect(id, code); };
     }
+    // A pipeline records each request it sends; a single call tells the waiter (with matching).
+    async.session_->beforeSend = [this](TransactionId id, std::uint16_t code) {
+        if (pipeline.active()) {
+            pipeline.sent(id, code);
+        } else {
+            waiter_.expect(id, code);
+        }
+    };
     async.onResponse([this](const std::vector<std::uint8_t>& frame) { handleResponse(frame); });
-    transport().setRemovalHandler([this] { waiter_.abandon(); });
+    transport().setRemovalHandler([this] {
+        waiter_.abandon();
+        pipeline.abandon();
+    });
 }
 
-HidTransport& SyncSession::transport() noexcept { return async.session_->link.transport(); }
+HidTransport& SyncSession::transport() noexcept
+{
+    return async.session_->link.transport();
+}
 
 void SyncSession::prepareConnect()
 {
     // Before the open: a reader that finds the new device gone at once must not be undone.
     waiter_.restore();
+    pipeline.restore();
 }
 
 SyncSession::~SyncSession()
@@ -51,9 +66,11 @@ SyncSession::~SyncSession()
 
 void SyncSession::handleResponse(const std::vector<std::uint8_t>& frame)
 {
-    const std::uint16_t transactionId =
-        frame.size() >= 2 ? static_cast<std::uint16_t>(frame[0] | (frame[1] << 8)) : std::uint16_t{0};
-    if (transactionId != 0) {
+    const bool answer = u16At(frame, kTransactionIdOffset) != 0;
+    if (answer && pipeline.offer(frame)) {
+        return; // an answer to a pipelined request, or a late one of a run given up on
+    }
+    if (answer) {
         // Not matched against the request: the adapter answers one request at a time, and a
         // late answer is served to the next call.
         waiter_.store(frame);
@@ -83,8 +100,7 @@ TarvixSDK::TarvixSDK(int timeout) : TarvixSDK(timeout, SessionOptions{}) {}
 
 TarvixSDK::TarvixSDK(int timeout, const SessionOptions& options)
     : session_(std::make_unique<SyncSession>(timeout, options))
-{
-}
+{}
 
 TarvixSDK::~TarvixSDK()
 {
@@ -108,25 +124,55 @@ bool TarvixSDK::connectWithSerialNumber(const std::string& serialNumber)
     return session_->async.connectWithSerialNumber(serialNumber);
 }
 
-void TarvixSDK::disconnect() { session_->async.disconnect(); }
+void TarvixSDK::disconnect()
+{
+    session_->async.disconnect();
+}
 
-bool TarvixSDK::isConnected() const noexcept { return session_->async.isConnected(); }
+bool TarvixSDK::isConnected() const noexcept
+{
+    return session_->async.isConnected();
+}
 
-std::string TarvixSDK::getVersion() { return TarvixAsyncSDK::getVersion(); }
+std::string TarvixSDK::getVersion()
+{
+    return TarvixAsyncSDK::getVersion();
+}
 
-void TarvixSDK::onNotification(NotificationHandler handler) { session_->setNotificationHandler(std::move(handler)); }
+void TarvixSDK::onNotification(NotificationHandler handler)
+{
+    session_->setNotificationHandler(std::move(handler));
+}
 
-SessionOptions TarvixSDK::options() const noexcept { return session_->async.options(); }
+SessionOptions TarvixSDK::options() const noexcept
+{
+    return session_->async.options();
+}
 
-ConnectError TarvixSDK::lastConnectError() const { return session_->async.lastConnectError(); }
+ConnectError TarvixSDK::lastConnectError() const
+{
+    return session_->async.lastConnectError();
+}
 
-std::string TarvixSDK::lastConnectErrorMessage() const { return session_->async.lastConnectErrorMessage(); }
+std::string TarvixSDK::lastConnectErrorMessage() const
+{
+    return session_->async.lastConnectErrorMessage();
+}
 
-std::uint64_t TarvixSDK::handlerExceptionCount() const noexcept { return session_->async.handlerExceptionCount(); }
+std::uint64_t TarvixSDK::handlerExceptionCount() const noexcept
+{
+    return session_->async.handlerExceptionCount();
+}
 
-std::string TarvixSDK::lastHandlerException() const { return session_->async.lastHandlerException(); }
+std::string TarvixSDK::lastHandlerException() const
+{
+    return session_->async.lastHandlerException();
+}
 
-std::uint64_t TarvixSDK::droppedResponseCount() const noexcept { return session_->droppedResponses(); }
+std::uint64_t TarvixSDK::droppedResponseCount() const noexcept
+{
+    return session_->droppedResponses();
+}
 
 bool TarvixSDK::connectTo(const std::string& selector)
 {
@@ -134,7 +180,10 @@ bool TarvixSDK::connectTo(const std::string& selector)
     return session_->async.connectTo(selector);
 }
 
-void TarvixSDK::onFrame(TarvixAsyncSDK::FrameTap tap) { session_->async.onFrame(std::move(tap)); }
+void TarvixSDK::onFrame(TarvixAsyncSDK::FrameTap tap)
+{
+    session_->async.onFrame(std::move(tap));
+}
 
 std::vector<TarvixSDK::AdapterInfo> TarvixSDK::listAdapters()
 {

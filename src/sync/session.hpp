@@ -7,7 +7,8 @@
 #include <memory>
 #include <vector>
 
-#include "frame_reader.hpp"
+#include "../protocol/frame_reader.hpp"
+#include "pipeline.hpp"
 #include "waiter.hpp"
 
 namespace tarvix_detail {
@@ -35,6 +36,11 @@ public:
     template <class Send>
     StatusCode exchange(Send&& send, TransactionId& transactionId)
     {
+        if (pipeline.active()) {
+            // Within TarvixSDK::runPipeline: send only, or decode the answer kept for this request.
+            return pipeline.exchange([&](TransactionId id) { return send(async, id); },
+                                     [this] { return nextTransactionId(); }, transactionId, response_);
+        }
         transactionId = nextTransactionId();
         const StatusCode sent = send(async, transactionId);
         if (sent != StatusCode::SUCCESS) {
@@ -77,13 +83,14 @@ public:
     void setNotificationHandler(TarvixSDK::NotificationHandler handler);
 
     void prepareConnect();
-    std::uint64_t droppedResponses() const noexcept { return waiter_.dropped(); }
+    std::uint64_t droppedResponses() const noexcept { return waiter_.dropped() + pipeline.dropped(); }
     HidTransport& transport() noexcept;
 
 private:
     ResponseWaiter waiter_; // constructed before, and destroyed after, the session that feeds it
 
 public:
+    PipelineRun pipeline; // likewise fed by the session's reader
     TarvixAsyncSDK async;
 
 private:

@@ -44,7 +44,9 @@ public:
 
     // One output report from the host. False (and nothing processed) unless
     // it is exactly reportSize + 1 bytes with report ID 0; recorded either way.
-    bool receiveOutputReport(const std::uint8_t* data, std::size_t length);
+    // With the USB timing model on, @p crossed receives the time the report
+    // has crossed the link (the host's write returns then); otherwise now.
+    bool receiveOutputReport(const std::uint8_t* data, std::size_t length, Clock::time_point* crossed = nullptr);
     // Records a write the transport refused before it reached the device.
     void recordRejected(const std::uint8_t* data, std::size_t length);
     // Forgets a half-received request and the firmware's settings, as a power
@@ -65,12 +67,14 @@ public:
     void setResponseDelay(std::chrono::milliseconds delay);
     void setResponseLatency(LatencyFunction latency);
     void dropNextResponses(std::size_t count);
+    void setUsbTiming(const UsbTiming& timing);
 
     // Runs @p f on the firmware's state under the core's lock: the control API
     // of a family (attach a target, wire a loopback) goes through here. @p f
     // must not call back into the core.
     template <class F>
-    decltype(auto) withFirmware(F&& f) {
+    decltype(auto) withFirmware(F&& f)
+    {
         std::lock_guard<std::mutex> lock(mutex_);
         return f(firmware_.state());
     }
@@ -79,7 +83,8 @@ public:
     // drives a GPIO input, the far end sends on the UART): @p f also gets a
     // list to put notification frames in, which go out as soon as it returns.
     template <class F>
-    void withFirmwareRaising(F&& f) {
+    void withFirmwareRaising(F&& f)
+    {
         std::lock_guard<std::mutex> lock(mutex_);
         std::vector<Bytes> raised;
         f(firmware_.state(), raised);
@@ -89,12 +94,20 @@ public:
 private:
     struct Script {
         std::vector<Bytes> items;
-        bool raw;  // items are input reports, not frames
+        bool raw; // items are input reports, not frames
     };
 
     void handleRequest(std::unique_lock<std::mutex>& lock);
     bool takeDrop();
     void emitFrame(const Bytes& frame, Clock::time_point ready);
+    // Every input report leaves through here: with the timing model, in the
+    // first free IN frame after it is ready.
+    void deliverReport(const std::uint8_t* report, std::size_t length, Clock::time_point ready);
+    // The USB timing model. Transfers happen at frame boundaries, one report
+    // per direction per frame: a report handed over at t crosses at the first
+    // boundary after t that its direction has not used yet.
+    Clock::time_point frameAfter(Clock::time_point t) const;
+    Clock::time_point outputSlot(bool firstSegment);
 
     // A frame that never ends cannot grow without bound: past this the
     // reassembly starts over.
@@ -107,9 +120,9 @@ private:
     mutable std::condition_variable requestsCv_;
     Firmware firmware_;
     Bytes reassembly_;
-    Bytes response_;  // reused for every firmware answer
-    std::vector<Bytes> notifications_;  // raised by the firmware's last answer
-    Bytes report_;    // reused for every input report
+    Bytes response_;                   // reused for every firmware answer
+    std::vector<Bytes> notifications_; // raised by the firmware's last answer
+    Bytes report_;                     // reused for every input report
     bool recording_ = true;
     std::vector<WrittenReport> written_;
     std::vector<Bytes> requests_;
@@ -124,6 +137,15 @@ private:
 
     // When the answer to `request` is ready.
     Clock::time_point answerReadyTime(const Bytes& request);
+
+    UsbTiming timing_;                     // enabled: the model below is in use
+    Clock::duration frame_{};              // the frame (or microframe) time in use
+    Clock::time_point epoch_{};            // a frame boundary
+    Clock::time_point outFree_{};          // first boundary the OUT direction has not used
+    Clock::time_point inFree_{};           // likewise IN
+    Clock::time_point arrival_{};          // when the request being reassembled crossed
+    Clock::time_point firmwareFree_{};     // the firmware is done with earlier requests
+    std::deque<Clock::time_point> starts_; // when the firmware took the latest requests
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -42,17 +42,20 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     detail::ReaderWatch readers;
     std::atomic<bool> writeFails{false};
     std::atomic<bool> openFails{false};
-    std::atomic<int> openError{0}; // errno of a failing open, 0 for none
+    std::atomic<int> openError{0};           // errno of a failing open, 0 for none
     std::atomic<std::size_t> unplugAfter{0}; // output reports until the cable goes; 0: never
 
     // Counts one output report down to an unplug set by unplugAfterReports(); true at the last.
-    bool unplugDue() {
+    bool unplugDue()
+    {
         std::size_t left = unplugAfter.load();
-        while (left != 0 && !unplugAfter.compare_exchange_weak(left, left - 1)) {
-        }
+        while (left != 0 && !unplugAfter.compare_exchange_weak(left, left - 1)) {}
         return left == 1;
     }
     std::atomic<std::size_t> openHandles{0};
+    // hidraw's bound on each handle's list of input reports (0: none), and what it dropped.
+    std::atomic<std::size_t> hostQueue{0};
+    std::atomic<std::size_t> droppedInput{0};
 
     // A new input queue for a handle, or null when unplugged or failing on purpose.
     std::shared_ptr<detail::InputQueue> open();
@@ -65,8 +68,7 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     bool waitForPlugged(std::chrono::milliseconds timeout);
 
     // Every open handle gets every input report, as every open hidraw file does.
-    void deliver(const std::uint8_t* report, std::size_t length,
-                 detail::Clock::time_point ready) override;
+    void deliver(const std::uint8_t* report, std::size_t length, detail::Clock::time_point ready) override;
     void leaveBus(bool comesBack) override;
 
 private:
@@ -77,7 +79,7 @@ private:
     std::condition_variable replugged_;
     bool plugged_ = true;
     bool removed_ = false;
-    std::optional<detail::Clock::time_point> returnAt_;  // set while restarting
+    std::optional<detail::Clock::time_point> returnAt_; // set while restarting
     std::vector<std::shared_ptr<detail::InputQueue>> queues_;
 
     friend class detail::Registry;
@@ -86,6 +88,10 @@ private:
 namespace detail {
 
 using Adapter = VirtualAdapter::Impl;
+
+// The firmware's state at attach: USB strings from @p config and, unless it
+// asks for none, the default bench. Shared by every front end of the core.
+FirmwareState firmwareState(const AdapterConfig& config, std::size_t reportSize);
 
 class Registry {
 public:
@@ -106,5 +112,5 @@ private:
     std::size_t nextPath_ = 0;
 };
 
-}  // namespace detail
-}  // namespace tarvix_virtual
+} // namespace detail
+} // namespace tarvix_virtual
