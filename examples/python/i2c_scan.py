@@ -1,0 +1,29 @@
+#!/usr/bin/env python3
+"""Sets up I2C bus 0 at 100 kHz and prints the address of every target that answers.
+
+    i2c_scan.py [SELECTOR]   SELECTOR: serial:SERIAL, path:PATH or an index from list.py
+"""
+import sys
+
+import tarvix
+
+
+def main(argv: list) -> int:
+    if len(argv) > 2 or (len(argv) == 2 and argv[1].startswith("-")):
+        print("usage: i2c_scan.py [serial:SERIAL | path:PATH | INDEX]", file=sys.stderr)
+        return 2
+    try:
+        with tarvix.Adapter(argv[1] if len(argv) == 2 else None, timeout=1.0) as dev:
+            dev.rails.set_shared(3300)
+            dev.i2c.init(bus=0, frequency=100_000)
+            found = dev.i2c.scan(bus=0)
+    except tarvix.TarvixError as error:  # ConnectFailed says why; a StatusError names the command
+        print("i2c_scan: %s" % error, file=sys.stderr)
+        return 1
+    print("I2C bus 0: " + (" ".join("0x%02x" % a if a < 0x80 else "0x%03x" % a for a in found)
+                           or "no target answered"))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv))
