@@ -22,10 +22,10 @@ inline constexpr std::uint8_t kI3cBroadcastAddress = 0x7E;
 
 /** Device role, BCR bits 7..6. */
 enum class I3cDeviceRole : std::uint8_t {
-    TARGET = 0,              /**< 0b00: I3C target only */
-    CONTROLLER_CAPABLE = 1,  /**< 0b01: can take the controller role (secondary controller) */
-    RESERVED_2 = 2,          /**< 0b10: reserved */
-    RESERVED_3 = 3           /**< 0b11: reserved */
+    TARGET = 0,             /**< 0b00: I3C target only */
+    CONTROLLER_CAPABLE = 1, /**< 0b01: can take the controller role (secondary controller) */
+    RESERVED_2 = 2,         /**< 0b10: reserved */
+    RESERVED_3 = 3          /**< 0b11: reserved */
 };
 
 /**
@@ -52,7 +52,10 @@ struct I3cBcr {
 };
 
 /** Wraps a BCR byte for decoding. */
-constexpr I3cBcr i3cDecodeBcr(std::uint8_t bcr) noexcept { return I3cBcr{bcr}; }
+constexpr I3cBcr i3cDecodeBcr(std::uint8_t bcr) noexcept
+{
+    return I3cBcr{bcr};
+}
 
 // ------------------------------------------------------------------------------------------ DCR
 
@@ -155,12 +158,13 @@ struct I3cEvents {
 /** Defining bytes of GETSTATUS (the optional `definingByte` of i3cCccGETSTATUS). */
 struct I3cGetStatusDefByte {
     static constexpr std::uint8_t TGTSTAT = 0x00; /**< the target's status word, as GETSTATUS without a defining byte */
-    static constexpr std::uint8_t PRECR = 0x91;   /**< status of a controller-capable device about the controller role */
+    static constexpr std::uint8_t PRECR = 0x91; /**< status of a controller-capable device about the controller role */
 };
 
 /** Defining bytes of GETCAPS (the optional `definingByte` of i3cCccGETCAPS). */
 struct I3cGetCapsDefByte {
-    static constexpr std::uint8_t TGTCAPS = 0x00; /**< the target's capability bytes, as GETCAPS without a defining byte */
+    static constexpr std::uint8_t TGTCAPS =
+        0x00; /**< the target's capability bytes, as GETCAPS without a defining byte */
     static constexpr std::uint8_t TESTPAT = 0x5A; /**< a fixed test pattern, to check the read path */
     static constexpr std::uint8_t CRCAPS = 0x91;  /**< capabilities of a controller-capable device */
     static constexpr std::uint8_t VTCAPS = 0x93;  /**< virtual target capabilities */

@@ -50,7 +50,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #ifndef __cplusplus
-#  include <stdbool.h>
+#include <stdbool.h>
 #endif
 
 #include "export.h"
@@ -58,28 +58,28 @@
 
 #ifdef __cplusplus
 /* In C++ the enumerations and StatusCode are the classes' own 32-bit (16-bit) scoped enums. */
-#  include "types.hpp"
+#include "types.hpp"
 #else
 /** Result of every command: 0 success, the library's codes below, or the adapter's own status. */
 typedef uint16_t StatusCode;
-#  define StatusCode_SUCCESS ((StatusCode)0x0000)
-#  define StatusCode_NO_RESPONSE ((StatusCode)0x2000)
-#  define StatusCode_NOT_CONNECTED ((StatusCode)0x4000)
-#  define StatusCode_UNEXPECTED_RESPONSE ((StatusCode)0x6000)
-#  define StatusCode_INVALID_ARGUMENT ((StatusCode)0x8000)
-#  define StatusCode_RESPONSE_TOO_SHORT ((StatusCode)0xA000)
-#  define StatusCode_SYSTEM_ERROR ((StatusCode)0xC000)
+#define StatusCode_SUCCESS ((StatusCode)0x0000)
+#define StatusCode_NO_RESPONSE ((StatusCode)0x2000)
+#define StatusCode_NOT_CONNECTED ((StatusCode)0x4000)
+#define StatusCode_UNEXPECTED_RESPONSE ((StatusCode)0x6000)
+#define StatusCode_INVALID_ARGUMENT ((StatusCode)0x8000)
+#define StatusCode_RESPONSE_TOO_SHORT ((StatusCode)0xA000)
+#define StatusCode_SYSTEM_ERROR ((StatusCode)0xC000)
 
 /** Why the last connect of a handle failed; see TarvixSDK_LastConnectError. */
 typedef uint32_t ConnectError;
-#  define ConnectError_NONE ((ConnectError)0)
-#  define ConnectError_NO_ADAPTER ((ConnectError)1)
-#  define ConnectError_NO_MATCH ((ConnectError)2)
-#  define ConnectError_PERMISSION_DENIED ((ConnectError)3)
-#  define ConnectError_BUSY ((ConnectError)4)
-#  define ConnectError_OPEN_FAILED ((ConnectError)5)
-#  define ConnectError_BAD_SERIAL ((ConnectError)6)
-#  define ConnectError_SYSTEM_ERROR ((ConnectError)7)
+#define ConnectError_NONE ((ConnectError)0)
+#define ConnectError_NO_ADAPTER ((ConnectError)1)
+#define ConnectError_NO_MATCH ((ConnectError)2)
+#define ConnectError_PERMISSION_DENIED ((ConnectError)3)
+#define ConnectError_BUSY ((ConnectError)4)
+#define ConnectError_OPEN_FAILED ((ConnectError)5)
+#define ConnectError_BAD_SERIAL ((ConnectError)6)
+#define ConnectError_SYSTEM_ERROR ((ConnectError)7)
 
 /* The family enumerations, each a 32-bit value; their meanings are documented in types.hpp. */
 typedef uint32_t GpioPinNumber;
@@ -102,43 +102,138 @@ typedef uint32_t I2cTransferRate;
 typedef uint32_t I3cDriveStrength;
 typedef uint32_t I3cTransferFlags;
 
-enum { GpioPinNumber_GPIO_0, GpioPinNumber_GPIO_1, GpioPinNumber_GPIO_2, GpioPinNumber_GPIO_3,
-       GpioPinNumber_GPIO_4, GpioPinNumber_GPIO_5, GpioPinNumber_GPIO_6, GpioPinNumber_GPIO_7 };
-enum { GpioFunctionality_DIGITAL_INPUT, GpioFunctionality_DIGITAL_OUTPUT, GpioFunctionality_DIGITAL_INTERRUPT,
-       GpioFunctionality_DISABLED };
-enum { GpioLogicLevel_LOW, GpioLogicLevel_HIGH };
-enum { GpioTriggerType_RISING_EDGE = 1, GpioTriggerType_FALLING_EDGE = 2, GpioTriggerType_BOTH_EDGES = 3 };
-enum { SpiBitOrder_MSB_FIRST, SpiBitOrder_LSB_FIRST };
-enum { SpiMode_MODE_0, SpiMode_MODE_1, SpiMode_MODE_2, SpiMode_MODE_3 };
-enum { SpiDataWidth_BITS_8 = 8, SpiDataWidth_BITS_16 = 16 };
-enum { SpiChipSelect_CS_0, SpiChipSelect_CS_1, SpiChipSelect_CS_2, SpiChipSelect_CS_3 };
-enum { SpiChipSelectPolarity_ACTIVE_LOW, SpiChipSelectPolarity_ACTIVE_HIGH };
-enum { UartBaudRate_BAUD_600, UartBaudRate_BAUD_1200, UartBaudRate_BAUD_2400, UartBaudRate_BAUD_4800,
-       UartBaudRate_BAUD_9600, UartBaudRate_BAUD_14400, UartBaudRate_BAUD_19200, UartBaudRate_BAUD_38400,
-       UartBaudRate_BAUD_56000, UartBaudRate_BAUD_57600, UartBaudRate_BAUD_115200, UartBaudRate_BAUD_230400,
-       UartBaudRate_BAUD_460800, UartBaudRate_BAUD_921600, UartBaudRate_BAUD_1000000 };
-enum { UartHwHandshake_DISABLED, UartHwHandshake_ENABLED };
-enum { UartParity_NONE, UartParity_EVEN, UartParity_ODD };
-enum { UartDataSize_BITS_7 = 7, UartDataSize_BITS_8 = 8 };
-enum { UartStopBit_ONE = 1, UartStopBit_TWO = 2 };
-enum { I3cPushPullRate_RATE_12_5_MHZ, I3cPushPullRate_RATE_10_MHZ, I3cPushPullRate_RATE_8_MHZ,
-       I3cPushPullRate_RATE_6_MHZ, I3cPushPullRate_RATE_4_MHZ, I3cPushPullRate_RATE_2_MHZ,
-       I3cPushPullRate_RATE_1_MHZ };
-enum { I3cOpenDrainTransferRate_RATE_4_17_MHZ, I3cOpenDrainTransferRate_RATE_2_5_MHZ,
-       I3cOpenDrainTransferRate_RATE_1_25_MHZ, I3cOpenDrainTransferRate_RATE_1_MHZ,
-       I3cOpenDrainTransferRate_RATE_400_KHZ };
-enum { I2cTransferRate_RATE_100_KHZ, I2cTransferRate_RATE_400_KHZ, I2cTransferRate_RATE_1_MHZ };
-enum { I3cDriveStrength_LOW, I3cDriveStrength_NORMAL, I3cDriveStrength_HIGH, I3cDriveStrength_MAXIMUM };
-enum { I3cTransferFlags_NONE = 0, I3cTransferFlags_NO_STOP = 1, I3cTransferFlags_NO_BROADCAST_HEADER = 2,
-       I3cTransferFlags_NACK_LAST_BYTE = 4 };
+enum {
+    GpioPinNumber_GPIO_0,
+    GpioPinNumber_GPIO_1,
+    GpioPinNumber_GPIO_2,
+    GpioPinNumber_GPIO_3,
+    GpioPinNumber_GPIO_4,
+    GpioPinNumber_GPIO_5,
+    GpioPinNumber_GPIO_6,
+    GpioPinNumber_GPIO_7
+};
+enum {
+    GpioFunctionality_DIGITAL_INPUT,
+    GpioFunctionality_DIGITAL_OUTPUT,
+    GpioFunctionality_DIGITAL_INTERRUPT,
+    GpioFunctionality_DISABLED
+};
+enum {
+    GpioLogicLevel_LOW,
+    GpioLogicLevel_HIGH
+};
+enum {
+    GpioTriggerType_RISING_EDGE = 1,
+    GpioTriggerType_FALLING_EDGE = 2,
+    GpioTriggerType_BOTH_EDGES = 3
+};
+enum {
+    SpiBitOrder_MSB_FIRST,
+    SpiBitOrder_LSB_FIRST
+};
+enum {
+    SpiMode_MODE_0,
+    SpiMode_MODE_1,
+    SpiMode_MODE_2,
+    SpiMode_MODE_3
+};
+enum {
+    SpiDataWidth_BITS_8 = 8,
+    SpiDataWidth_BITS_16 = 16
+};
+enum {
+    SpiChipSelect_CS_0,
+    SpiChipSelect_CS_1,
+    SpiChipSelect_CS_2,
+    SpiChipSelect_CS_3
+};
+enum {
+    SpiChipSelectPolarity_ACTIVE_LOW,
+    SpiChipSelectPolarity_ACTIVE_HIGH
+};
+enum {
+    UartBaudRate_BAUD_600,
+    UartBaudRate_BAUD_1200,
+    UartBaudRate_BAUD_2400,
+    UartBaudRate_BAUD_4800,
+    UartBaudRate_BAUD_9600,
+    UartBaudRate_BAUD_14400,
+    UartBaudRate_BAUD_19200,
+    UartBaudRate_BAUD_38400,
+    UartBaudRate_BAUD_56000,
+    UartBaudRate_BAUD_57600,
+    UartBaudRate_BAUD_115200,
+    UartBaudRate_BAUD_230400,
+    UartBaudRate_BAUD_460800,
+    UartBaudRate_BAUD_921600,
+    UartBaudRate_BAUD_1000000
+};
+enum {
+    UartHwHandshake_DISABLED,
+    UartHwHandshake_ENABLED
+};
+enum {
+    UartParity_NONE,
+    UartParity_EVEN,
+    UartParity_ODD
+};
+enum {
+    UartDataSize_BITS_7 = 7,
+    UartDataSize_BITS_8 = 8
+};
+enum {
+    UartStopBit_ONE = 1,
+    UartStopBit_TWO = 2
+};
+enum {
+    I3cPushPullRate_RATE_12_5_MHZ,
+    I3cPushPullRate_RATE_10_MHZ,
+    I3cPushPullRate_RATE_8_MHZ,
+    I3cPushPullRate_RATE_6_MHZ,
+    I3cPushPullRate_RATE_4_MHZ,
+    I3cPushPullRate_RATE_2_MHZ,
+    I3cPushPullRate_RATE_1_MHZ
+};
+enum {
+    I3cOpenDrainTransferRate_RATE_4_17_MHZ,
+    I3cOpenDrainTransferRate_RATE_2_5_MHZ,
+    I3cOpenDrainTransferRate_RATE_1_25_MHZ,
+    I3cOpenDrainTransferRate_RATE_1_MHZ,
+    I3cOpenDrainTransferRate_RATE_400_KHZ
+};
+enum {
+    I2cTransferRate_RATE_100_KHZ,
+    I2cTransferRate_RATE_400_KHZ,
+    I2cTransferRate_RATE_1_MHZ
+};
+enum {
+    I3cDriveStrength_LOW,
+    I3cDriveStrength_NORMAL,
+    I3cDriveStrength_HIGH,
+    I3cDriveStrength_MAXIMUM
+};
+enum {
+    I3cTransferFlags_NONE = 0,
+    I3cTransferFlags_NO_STOP = 1,
+    I3cTransferFlags_NO_BROADCAST_HEADER = 2,
+    I3cTransferFlags_NACK_LAST_BYTE = 4
+};
 /* These two are bytes in C++ but cross the flat interface as 32-bit values like the others. */
-enum { I3cTransferDirection_WRITE = 0, I3cTransferDirection_READ = 1 };
-enum { I3cTargetResetDefByte_NO_RESET = 0x00, I3cTargetResetDefByte_RESET_PERIPHERAL_ONLY = 0x01,
-       I3cTargetResetDefByte_RESET_WHOLE_TARGET = 0x02, I3cTargetResetDefByte_DEBUG_NETWORK_ADAPTER_RESET = 0x03,
-       I3cTargetResetDefByte_VIRTUAL_TARGET_DETECT = 0x04, I3cTargetResetDefByte_RETURN_TIME_RESET_PERIPHERAL = 0x81,
-       I3cTargetResetDefByte_RETURN_TIME_RESET_WHOLE_TARGET = 0x82,
-       I3cTargetResetDefByte_RETURN_TIME_DEBUG_NETWORK_ADAPTER_RESET = 0x83,
-       I3cTargetResetDefByte_RETURN_VIRTUAL_TARGET_INDICATION = 0x84 };
+enum {
+    I3cTransferDirection_WRITE = 0,
+    I3cTransferDirection_READ = 1
+};
+enum {
+    I3cTargetResetDefByte_NO_RESET = 0x00,
+    I3cTargetResetDefByte_RESET_PERIPHERAL_ONLY = 0x01,
+    I3cTargetResetDefByte_RESET_WHOLE_TARGET = 0x02,
+    I3cTargetResetDefByte_DEBUG_NETWORK_ADAPTER_RESET = 0x03,
+    I3cTargetResetDefByte_VIRTUAL_TARGET_DETECT = 0x04,
+    I3cTargetResetDefByte_RETURN_TIME_RESET_PERIPHERAL = 0x81,
+    I3cTargetResetDefByte_RETURN_TIME_RESET_WHOLE_TARGET = 0x82,
+    I3cTargetResetDefByte_RETURN_TIME_DEBUG_NETWORK_ADAPTER_RESET = 0x83,
+    I3cTargetResetDefByte_RETURN_VIRTUAL_TARGET_INDICATION = 0x84
+};
 #endif
 
 #ifdef __cplusplus
@@ -168,16 +263,16 @@ typedef void (*TarvixSDK_NotificationCallbackEx)(const Notification* notificatio
  * TarvixSDK_FreeDeviceInfo (or free() each one).
  */
 typedef struct TarvixSDK_DeviceInfo {
-    char* usbString1;
-    size_t usbString1Length;
-    char* usbString2;
-    size_t usbString2Length;
-    char* usbString3;
-    size_t usbString3Length;
-    char* usbString4;
-    size_t usbString4Length;
-    char* usbString5;
-    size_t usbString5Length;
+    char* usbString1;        /**< USB string 1, NUL-terminated, caller-owned */
+    size_t usbString1Length; /**< its length in bytes, without the terminator */
+    char* usbString2;        /**< USB string 2, NUL-terminated, caller-owned */
+    size_t usbString2Length; /**< its length in bytes, without the terminator */
+    char* usbString3;        /**< USB string 3, NUL-terminated, caller-owned */
+    size_t usbString3Length; /**< its length in bytes, without the terminator */
+    char* usbString4;        /**< USB string 4, NUL-terminated, caller-owned */
+    size_t usbString4Length; /**< its length in bytes, without the terminator */
+    char* usbString5;        /**< USB string 5, NUL-terminated, caller-owned */
+    size_t usbString5Length; /**< its length in bytes, without the terminator */
 } TarvixSDK_DeviceInfo;
 
 /**
@@ -372,37 +467,58 @@ TARVIX_API bool TarvixSDK_notificationAsUartRx(const Notification* notification,
  */
 /** @{ */
 
+/** TarvixSDK::enterBootMode(): returns once the frame is handed over; the adapter does not answer. */
 TARVIX_API StatusCode TarvixSDK_EnterBootMode(TarvixSDK_Handle* handle);
+/** TarvixSDK::resetDevice(): returns once the frame is handed over; the adapter restarts. */
 TARVIX_API StatusCode TarvixSDK_ResetDevice(TarvixSDK_Handle* handle);
 
 /**
  * gpioConfigurePin, with the logic level optional: `level` is sent when `hasLevel` is true,
  * otherwise level 0 is sent whatever `level` holds.
  */
-TARVIX_API StatusCode TarvixSDK_GpioConfigurePin(TarvixSDK_Handle* handle, GpioPinNumber pin, GpioFunctionality functionality,
-                                                 bool hasLevel, GpioLogicLevel level);
-TARVIX_API StatusCode TarvixSDK_GpioConfigureInterrupt(TarvixSDK_Handle* handle, GpioPinNumber pin, GpioTriggerType trigger);
+TARVIX_API StatusCode TarvixSDK_GpioConfigurePin(TarvixSDK_Handle* handle, GpioPinNumber pin,
+                                                 GpioFunctionality functionality, bool hasLevel, GpioLogicLevel level);
+/** TarvixSDK::gpioConfigureInterrupt(). */
+TARVIX_API StatusCode TarvixSDK_GpioConfigureInterrupt(TarvixSDK_Handle* handle, GpioPinNumber pin,
+                                                       GpioTriggerType trigger);
 /** Writes a 32-bit level. `level` is not tested and must not be null. */
 TARVIX_API StatusCode TarvixSDK_GpioDigitalRead(TarvixSDK_Handle* handle, GpioPinNumber pin, GpioLogicLevel* level);
+/** TarvixSDK::gpioDigitalWrite(). */
 TARVIX_API StatusCode TarvixSDK_GpioDigitalWrite(TarvixSDK_Handle* handle, GpioPinNumber pin, GpioLogicLevel level);
+/** TarvixSDK::gpioDisableInterrupt(). */
 TARVIX_API StatusCode TarvixSDK_GpioDisableInterrupt(TarvixSDK_Handle* handle, GpioPinNumber pin);
 
 /* The rail shared by I2C, SPI, UART and GPIO: the Gpio, I2c, Spi and Uart variants are one command. */
+/** TarvixSDK::gpioGetVoltage(): the shared rail as read back. */
 TARVIX_API StatusCode TarvixSDK_GpioGetVoltage(TarvixSDK_Handle* handle, uint16_t* voltage);
+/** TarvixSDK::gpioSetVoltage(): sets the shared rail. */
 TARVIX_API StatusCode TarvixSDK_GpioSetVoltage(TarvixSDK_Handle* handle, uint16_t voltage, bool flag);
+/** TarvixSDK::gpioUseExternalVoltage(). */
 TARVIX_API StatusCode TarvixSDK_GpioUseExternalVoltage(TarvixSDK_Handle* handle, bool useExternal);
+/** TarvixSDK::i2cGetBusVoltage(): the shared rail, as TarvixSDK_GpioGetVoltage. */
 TARVIX_API StatusCode TarvixSDK_I2cGetBusVoltage(TarvixSDK_Handle* handle, uint16_t* voltage);
+/** TarvixSDK::i2cSetBusVoltage(): the shared rail, as TarvixSDK_GpioSetVoltage. */
 TARVIX_API StatusCode TarvixSDK_I2cSetBusVoltage(TarvixSDK_Handle* handle, uint16_t voltage, bool flag);
+/** TarvixSDK::i2cUseExternalVoltage(): as TarvixSDK_GpioUseExternalVoltage. */
 TARVIX_API StatusCode TarvixSDK_I2cUseExternalVoltage(TarvixSDK_Handle* handle, bool useExternal);
+/** TarvixSDK::spiGetBusVoltage(): the shared rail, as TarvixSDK_GpioGetVoltage. */
 TARVIX_API StatusCode TarvixSDK_SpiGetBusVoltage(TarvixSDK_Handle* handle, uint16_t* voltage);
+/** TarvixSDK::spiSetBusVoltage(): the shared rail, as TarvixSDK_GpioSetVoltage. */
 TARVIX_API StatusCode TarvixSDK_SpiSetBusVoltage(TarvixSDK_Handle* handle, uint16_t voltage, bool flag);
+/** TarvixSDK::spiUseExternalVoltage(): as TarvixSDK_GpioUseExternalVoltage. */
 TARVIX_API StatusCode TarvixSDK_SpiUseExternalVoltage(TarvixSDK_Handle* handle, bool useExternal);
+/** TarvixSDK::uartGetBusVoltage(): the shared rail, as TarvixSDK_GpioGetVoltage. */
 TARVIX_API StatusCode TarvixSDK_UartGetBusVoltage(TarvixSDK_Handle* handle, uint16_t* voltage);
+/** TarvixSDK::uartSetBusVoltage(): the shared rail, as TarvixSDK_GpioSetVoltage. */
 TARVIX_API StatusCode TarvixSDK_UartSetBusVoltage(TarvixSDK_Handle* handle, uint16_t voltage, bool flag);
+/** TarvixSDK::uartUseExternalVoltage(): as TarvixSDK_GpioUseExternalVoltage. */
 TARVIX_API StatusCode TarvixSDK_UartUseExternalVoltage(TarvixSDK_Handle* handle, bool useExternal);
 /* The I3C rail. */
+/** TarvixSDK::i3cGetBusVoltage(): the two I3C rail readings. */
 TARVIX_API StatusCode TarvixSDK_I3cGetBusVoltage(TarvixSDK_Handle* handle, uint16_t* voltage1, uint16_t* voltage2);
+/** TarvixSDK::i3cSetBusVoltage(): sets the I3C rail. */
 TARVIX_API StatusCode TarvixSDK_I3cSetBusVoltage(TarvixSDK_Handle* handle, uint16_t voltage);
+/** TarvixSDK::i3cUseExternalVoltage(). */
 TARVIX_API StatusCode TarvixSDK_I3cUseExternalVoltage(TarvixSDK_Handle* handle, bool useExternal);
 
 /** @} */
@@ -410,8 +526,13 @@ TARVIX_API StatusCode TarvixSDK_I3cUseExternalVoltage(TarvixSDK_Handle* handle, 
 /** @name I2C */
 /** @{ */
 
-TARVIX_API StatusCode TarvixSDK_I2cControllerInit(TarvixSDK_Handle* handle, uint8_t bus, uint32_t frequency, uint8_t option);
-TARVIX_API StatusCode TarvixSDK_I2cSetParameters(TarvixSDK_Handle* handle, uint8_t bus, uint32_t frequency, uint8_t option);
+/** TarvixSDK::i2cControllerInit(): `frequency` and the `option` byte are passed unchanged (see @ref family_i2c). */
+TARVIX_API StatusCode TarvixSDK_I2cControllerInit(TarvixSDK_Handle* handle, uint8_t bus, uint32_t frequency,
+                                                  uint8_t option);
+/** TarvixSDK::i2cSetParameters(): the fields of TarvixSDK_I2cControllerInit. */
+TARVIX_API StatusCode TarvixSDK_I2cSetParameters(TarvixSDK_Handle* handle, uint8_t bus, uint32_t frequency,
+                                                 uint8_t option);
+/** TarvixSDK::i2cSetPullUpResistors(): the `pullUp` selection is passed unchanged. */
 TARVIX_API StatusCode TarvixSDK_I2cSetPullUpResistors(TarvixSDK_Handle* handle, uint8_t bus, uint8_t pullUp);
 /**
  * i2cRead: reads `length` bytes from `targetAddress` after writing the `registerAddressLength`
@@ -446,9 +567,11 @@ TARVIX_API StatusCode TarvixSDK_I2cScanBus(TarvixSDK_Handle* handle, uint8_t* ad
 /** @name SPI */
 /** @{ */
 
+/** TarvixSDK::spiControllerInit(). */
 TARVIX_API StatusCode TarvixSDK_SpiControllerInit(TarvixSDK_Handle* handle, SpiBitOrder bitOrder, SpiMode mode,
                                                   SpiDataWidth dataWidth, SpiChipSelect chipSelect,
                                                   SpiChipSelectPolarity chipSelectPolarity, uint32_t frequency);
+/** TarvixSDK::spiSetParameters(). */
 TARVIX_API StatusCode TarvixSDK_SpiSetParameters(TarvixSDK_Handle* handle, SpiBitOrder bitOrder, SpiMode mode,
                                                  SpiDataWidth dataWidth, SpiChipSelect chipSelect,
                                                  SpiChipSelectPolarity chipSelectPolarity, uint32_t frequency);
@@ -466,11 +589,14 @@ TARVIX_API StatusCode TarvixSDK_SpiTransfer(TarvixSDK_Handle* handle, const uint
 /** @name UART */
 /** @{ */
 
+/** TarvixSDK::uartInit(). */
 TARVIX_API StatusCode TarvixSDK_UartInit(TarvixSDK_Handle* handle, UartBaudRate baudRate, UartHwHandshake hwHandshake,
                                          UartParity parity, UartDataSize dataSize, UartStopBit stopBit);
+/** TarvixSDK::uartSetParameters(). */
 TARVIX_API StatusCode TarvixSDK_UartSetParameters(TarvixSDK_Handle* handle, UartBaudRate baudRate,
                                                   UartHwHandshake hwHandshake, UartParity parity, UartDataSize dataSize,
                                                   UartStopBit stopBit);
+/** TarvixSDK::uartDeinit(). */
 TARVIX_API StatusCode TarvixSDK_UartDeinit(TarvixSDK_Handle* handle);
 /** uartSendMessage: sends `length` bytes of `data`; `data` must be valid whenever `length` > 0. */
 TARVIX_API StatusCode TarvixSDK_UartSendMessage(TarvixSDK_Handle* handle, const uint8_t* data, uint16_t length);
@@ -480,14 +606,17 @@ TARVIX_API StatusCode TarvixSDK_UartSendMessage(TarvixSDK_Handle* handle, const 
 /** @name I3C controller, bus and target table */
 /** @{ */
 
+/** TarvixSDK::i3cControllerInit(). */
 TARVIX_API StatusCode TarvixSDK_I3cControllerInit(TarvixSDK_Handle* handle, I3cPushPullRate pushPullRate,
                                                   I3cOpenDrainTransferRate openDrainRate, I2cTransferRate i2cRate,
                                                   I3cDriveStrength driveStrength);
+/** TarvixSDK::i3cSetParameters(). */
 TARVIX_API StatusCode TarvixSDK_I3cSetParameters(TarvixSDK_Handle* handle, I3cPushPullRate pushPullRate,
                                                  I3cOpenDrainTransferRate openDrainRate, I2cTransferRate i2cRate,
                                                  I3cDriveStrength driveStrength);
 /** i3cInitBus with the `count` records of `targets`, which must be valid whenever `count` > 0. */
 TARVIX_API StatusCode TarvixSDK_I3cInitBus(TarvixSDK_Handle* handle, const I3cTargetInfo* targets, uint8_t count);
+/** TarvixSDK::i3cResetBus(). */
 TARVIX_API StatusCode TarvixSDK_I3cResetBus(TarvixSDK_Handle* handle);
 /**
  * i3cGetDeviceTable. On status 0 copies the first min(capacity, entries) records into `table`
@@ -499,7 +628,9 @@ TARVIX_API StatusCode TarvixSDK_I3cGetDeviceTable(TarvixSDK_Handle* handle, I3cT
 /** i3cSetTargetDeviceConfiguration; `configuration` is the byte of I3cTargetConfiguration. */
 TARVIX_API StatusCode TarvixSDK_I3cSetTargetDeviceConfiguration(TarvixSDK_Handle* handle, uint8_t address,
                                                                 uint8_t configuration);
+/** TarvixSDK::i3cHdrExitPattern(). */
 TARVIX_API StatusCode TarvixSDK_I3cHdrExitPattern(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cTargetResetPattern(). */
 TARVIX_API StatusCode TarvixSDK_I3cTargetResetPattern(TarvixSDK_Handle* handle);
 
 /** @} */
@@ -520,7 +651,8 @@ TARVIX_API StatusCode TarvixSDK_I3cTargetResetPattern(TarvixSDK_Handle* handle);
  */
 TARVIX_API StatusCode TarvixSDK_I3cSdrRead(TarvixSDK_Handle* handle, uint8_t targetAddress,
                                            const uint8_t* registerAddress, uint8_t registerAddressLength,
-                                           uint16_t length, uint8_t* data, uint16_t* dataLength, I3cTransferFlags flags);
+                                           uint16_t length, uint8_t* data, uint16_t* dataLength,
+                                           I3cTransferFlags flags);
 /** i3cSdrWrite: a non-zero `dataLength` with a null `data` is refused. */
 TARVIX_API StatusCode TarvixSDK_I3cSdrWrite(TarvixSDK_Handle* handle, uint8_t targetAddress,
                                             const uint8_t* registerAddress, uint8_t registerAddressLength,
@@ -557,14 +689,23 @@ TARVIX_API StatusCode TarvixSDK_I3cHdrDdrWrite(TarvixSDK_Handle* handle, uint8_t
  */
 /** @{ */
 
+/** TarvixSDK::i3cCccENECBroadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENECBroadcast(TarvixSDK_Handle* handle, uint8_t events);
+/** TarvixSDK::i3cCccDISECBroadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccDISECBroadcast(TarvixSDK_Handle* handle, uint8_t events);
+/** TarvixSDK::i3cCccENTAS0Broadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS0Broadcast(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cCccENTAS1Broadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS1Broadcast(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cCccENTAS2Broadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS2Broadcast(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cCccENTAS3Broadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS3Broadcast(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cCccRSTDAA(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccRSTDAA(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cCccENTDAA(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTDAA(TarvixSDK_Handle* handle);
+/** TarvixSDK::i3cCccSETMWLBroadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETMWLBroadcast(TarvixSDK_Handle* handle, uint16_t maxWriteLength);
 /** i3cCccSETMRLBroadcast; the IBI payload size is sent when `hasMaxIbiPayloadSize` is true. */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETMRLBroadcast(TarvixSDK_Handle* handle, uint16_t maxReadLength,
@@ -583,16 +724,26 @@ TARVIX_API StatusCode TarvixSDK_I3cCccSETXTIMEBroadcast(TarvixSDK_Handle* handle
 TARVIX_API StatusCode TarvixSDK_I3cCccSETAASA(TarvixSDK_Handle* handle, const uint8_t* data, size_t count);
 /** i3cCccRSTACTBroadcast; `action` is an I3cTargetResetDefByte value, sent as its low byte. */
 TARVIX_API StatusCode TarvixSDK_I3cCccRSTACTBroadcast(TarvixSDK_Handle* handle, uint32_t action);
+/** TarvixSDK::i3cCccRSTGRPABroadcast(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccRSTGRPABroadcast(TarvixSDK_Handle* handle);
 
+/** TarvixSDK::i3cCccENECDirect(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENECDirect(TarvixSDK_Handle* handle, uint8_t address, uint8_t events);
+/** TarvixSDK::i3cCccDISECDirect(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccDISECDirect(TarvixSDK_Handle* handle, uint8_t address, uint8_t events);
+/** TarvixSDK::i3cCccENTAS0Direct(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS0Direct(TarvixSDK_Handle* handle, uint8_t address);
+/** TarvixSDK::i3cCccENTAS1Direct(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS1Direct(TarvixSDK_Handle* handle, uint8_t address);
+/** TarvixSDK::i3cCccENTAS2Direct(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS2Direct(TarvixSDK_Handle* handle, uint8_t address);
+/** TarvixSDK::i3cCccENTAS3Direct(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccENTAS3Direct(TarvixSDK_Handle* handle, uint8_t address);
+/** TarvixSDK::i3cCccSETDASA(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETDASA(TarvixSDK_Handle* handle, uint8_t staticAddress, uint8_t dynamicAddress);
+/** TarvixSDK::i3cCccSETNEWDA(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETNEWDA(TarvixSDK_Handle* handle, uint8_t address, uint8_t newDynamicAddress);
+/** TarvixSDK::i3cCccSETMWLDirect(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETMWLDirect(TarvixSDK_Handle* handle, uint8_t address, uint16_t maxWriteLength);
 /** i3cCccSETMRLDirect; the IBI payload size is sent when `hasMaxIbiPayloadSize` is true. */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETMRLDirect(TarvixSDK_Handle* handle, uint8_t address, uint16_t maxReadLength,
@@ -600,7 +751,9 @@ TARVIX_API StatusCode TarvixSDK_I3cCccSETMRLDirect(TarvixSDK_Handle* handle, uin
 /** i3cCccSETXTIMEDirect: extra data as TarvixSDK_I3cCccSETBUSCONBroadcast. */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETXTIMEDirect(TarvixSDK_Handle* handle, uint8_t address, uint8_t subcommand,
                                                      const uint8_t* extraData, size_t extraLength);
+/** TarvixSDK::i3cCccSETGRPADirect(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccSETGRPADirect(TarvixSDK_Handle* handle, uint8_t address, uint8_t groupAddress);
+/** TarvixSDK::i3cCccRSTGRPADirect(). */
 TARVIX_API StatusCode TarvixSDK_I3cCccRSTGRPADirect(TarvixSDK_Handle* handle, uint8_t address);
 /**
  * i3cCccRSTACTDirect. `action` is an I3cTargetResetDefByte value and `direction` an
@@ -610,6 +763,7 @@ TARVIX_API StatusCode TarvixSDK_I3cCccRSTGRPADirect(TarvixSDK_Handle* handle, ui
 TARVIX_API StatusCode TarvixSDK_I3cCccRSTACTDirect(TarvixSDK_Handle* handle, uint8_t address, uint32_t action,
                                                    uint32_t direction, uint8_t* resetTime);
 
+/** TarvixSDK::i3cCccGETMWL(); null `maxWriteLength`: 0x8000. */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETMWL(TarvixSDK_Handle* handle, uint8_t address, uint16_t* maxWriteLength);
 /**
  * i3cCccGETMRL. `maxReadLength` (required) is written whenever the adapter answered.
@@ -623,19 +777,71 @@ TARVIX_API StatusCode TarvixSDK_I3cCccGETMRL(TarvixSDK_Handle* handle, uint8_t a
  * which must hold 6 bytes: no more than 6 are written, whatever the answer counts.
  */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETPID(TarvixSDK_Handle* handle, uint8_t address, uint8_t* pid);
+/** TarvixSDK::i3cCccGETBCR(); null `bcr`: 0x8000. */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETBCR(TarvixSDK_Handle* handle, uint8_t address, uint8_t* bcr);
+/** TarvixSDK::i3cCccGETDCR(); null `dcr`: 0x8000. */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETDCR(TarvixSDK_Handle* handle, uint8_t address, uint8_t* dcr);
 /** i3cCccGETMXDS. On status 0 copies the bytes returned into `buffer` and their number into `length`. */
-TARVIX_API StatusCode TarvixSDK_I3cCccGETMXDS(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer, uint8_t* length);
+TARVIX_API StatusCode TarvixSDK_I3cCccGETMXDS(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer,
+                                              uint8_t* length);
 /** i3cCccGETXTIME; outputs as TarvixSDK_I3cCccGETMXDS. */
-TARVIX_API StatusCode TarvixSDK_I3cCccGETXTIME(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer, uint8_t* length);
+TARVIX_API StatusCode TarvixSDK_I3cCccGETXTIME(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer,
+                                               uint8_t* length);
 /** i3cCccGETCAPS, with the defining byte sent when `hasDefiningByte` is true; outputs as GETMXDS. */
-TARVIX_API StatusCode TarvixSDK_I3cCccGETCAPS(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer, uint8_t* length,
-                                              bool hasDefiningByte, uint8_t definingByte);
+TARVIX_API StatusCode TarvixSDK_I3cCccGETCAPS(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer,
+                                              uint8_t* length, bool hasDefiningByte, uint8_t definingByte);
 /** i3cCccGETSTATUS, with the defining byte sent when `hasDefiningByte` is true; outputs as GETMXDS. */
 TARVIX_API StatusCode TarvixSDK_I3cCccGETSTATUS(TarvixSDK_Handle* handle, uint8_t address, uint8_t* buffer,
                                                 uint8_t* length, bool hasDefiningByte, uint8_t definingByte);
 
+/** @} */
+
+/* ------------------------------------------------------------------------------------------ */
+/**
+ * @name Pipelined calls
+ * Commands queued on a pipeline and sent back to back, several in flight at once, each answer
+ * matched to its request (see TarvixSDK::Pipeline and TarvixSDK::runPipeline in tarvixsdk.hpp).
+ * Each TarvixSDK_Pipeline<Function> queues one call of TarvixSDK_<Function>: its input arrays
+ * are copied now, its output pointers are kept and must stay valid until TarvixSDK_PipelineRun
+ * returns, and on run the outputs are written exactly as the single call writes them (only on
+ * status 0, never past the lengths given). A queue function returns 0, or 0x8000 for a null
+ * pipeline or a null input array with a non-zero length (nothing queued); the call's own checks
+ * run on run and give that step's status.
+ * @{
+ */
+/** A queue of calls on one handle. Opaque; freed by TarvixSDK_PipelineDestroy, before the handle. */
+typedef struct TarvixSDK_Pipeline TarvixSDK_Pipeline;
+/** A pipeline on `handle` with at most `window` requests in flight (cut to 1..64; 8 is a good
+ *  default). NULL for a null handle. */
+TARVIX_API TarvixSDK_Pipeline* TarvixSDK_PipelineCreate(TarvixSDK_Handle* handle, uint32_t window);
+/** Frees `pipeline` and what it queued; NULL: nothing. Not while TarvixSDK_PipelineRun runs. */
+TARVIX_API void TarvixSDK_PipelineDestroy(TarvixSDK_Pipeline* pipeline);
+/** Queues TarvixSDK_I2cRead; `status` (may be NULL) receives that call's status on run. */
+TARVIX_API StatusCode TarvixSDK_PipelineI2cRead(TarvixSDK_Pipeline* pipeline, StatusCode* status, uint8_t bus,
+                                                uint8_t targetAddress, const uint8_t* registerAddress,
+                                                uint8_t registerAddressLength, uint16_t length, uint8_t* readData,
+                                                bool flag);
+/** Queues TarvixSDK_I2cWrite (`registerAddress` and `data` copied now); `status` as above. */
+TARVIX_API StatusCode TarvixSDK_PipelineI2cWrite(TarvixSDK_Pipeline* pipeline, StatusCode* status, uint8_t bus,
+                                                 uint8_t targetAddress, const uint8_t* registerAddress,
+                                                 uint8_t registerAddressLength, const uint8_t* data,
+                                                 uint32_t dataLength, bool flag);
+/** Queues TarvixSDK_SpiTransfer (`txData` copied now, `rxBuffer` written on run); `status` as above. */
+TARVIX_API StatusCode TarvixSDK_PipelineSpiTransfer(TarvixSDK_Pipeline* pipeline, StatusCode* status,
+                                                    const uint8_t* txData, uint16_t txLength, uint8_t* rxBuffer,
+                                                    uint16_t length);
+/** Queues TarvixSDK_GpioDigitalRead (`level` written on run); `status` as above. */
+TARVIX_API StatusCode TarvixSDK_PipelineGpioDigitalRead(TarvixSDK_Pipeline* pipeline, StatusCode* status,
+                                                        GpioPinNumber pin, GpioLogicLevel* level);
+/** Queues TarvixSDK_GpioDigitalWrite; `status` as above. */
+TARVIX_API StatusCode TarvixSDK_PipelineGpioDigitalWrite(TarvixSDK_Pipeline* pipeline, StatusCode* status,
+                                                         GpioPinNumber pin, GpioLogicLevel level);
+/**
+ * Runs the queued calls (they stay queued: a pipeline may be run again), writes each status and
+ * output, and returns the first non-zero status of the steps in order (0 when all succeeded);
+ * 0x8000 for a null pipeline. A missing answer is 0x2000 for its step alone.
+ */
+TARVIX_API StatusCode TarvixSDK_PipelineRun(TarvixSDK_Pipeline* pipeline);
 /** @} */
 
 #ifdef __cplusplus

@@ -60,10 +60,11 @@ enum class ConnectError : std::uint32_t {
     NO_ADAPTER = 1,        /**< no supported adapter is attached at all */
     NO_MATCH = 2,          /**< supported adapters are attached, but none has the path or serial asked for */
     PERMISSION_DENIED = 3, /**< the adapter's device node may not be opened by this user (see the udev rule) */
-    BUSY = 4,              /**< another session holds the adapter exclusively, or this one asked for exclusive use and it is open elsewhere */
-    OPEN_FAILED = 5,       /**< hidapi could not open the adapter; the message carries hid_error's text */
-    BAD_SERIAL = 6,        /**< a HID device's serial number does not convert to UTF-8 (connectWithSerialNumber) */
-    SYSTEM_ERROR = 7       /**< out of memory, or the reader thread could not start */
+    BUSY =
+        4, /**< another session holds the adapter exclusively, or this one asked for exclusive use and it is open elsewhere */
+    OPEN_FAILED = 5, /**< hidapi could not open the adapter; the message carries hid_error's text */
+    BAD_SERIAL = 6,  /**< a HID device's serial number does not convert to UTF-8 (connectWithSerialNumber) */
+    SYSTEM_ERROR = 7 /**< out of memory, or the reader thread could not start */
 };
 
 /** Upper-case name of a ConnectError ("NONE", "NO_ADAPTER", ...); a static string. */
@@ -320,15 +321,16 @@ enum class I3cTargetResetDefByte : std::uint8_t {
  * bit-fields on little-endian targets).
  */
 union I3cTargetConfiguration {
-    std::uint8_t raw;
+    std::uint8_t raw; /**< the byte as sent */
+    /** The bits of `raw` as the adapter's firmware names them; the library itself never reads them. */
     struct Bits {
-        std::uint8_t ibiAccepted : 1;               /**< bit 0: the adapter ACKs this target's IBIs */
-        std::uint8_t controllerRoleRequest : 1;     /**< bit 1: the adapter ACKs its controller-role requests */
-        std::uint8_t ibiTimestamp : 1;              /**< bit 2: IBIs from this target are time-stamped */
-        std::uint8_t assignFromStaticAddress : 1;   /**< bit 3: give the dynamic address with SETDASA */
-        std::uint8_t ibiWithPayload : 1;            /**< bit 4: the target's IBIs carry a payload */
-        std::uint8_t reserved : 3;                  /**< bits 5..7 */
-    } bits;
+        std::uint8_t ibiAccepted : 1;             /**< bit 0: the adapter ACKs this target's IBIs */
+        std::uint8_t controllerRoleRequest : 1;   /**< bit 1: the adapter ACKs its controller-role requests */
+        std::uint8_t ibiTimestamp : 1;            /**< bit 2: IBIs from this target are time-stamped */
+        std::uint8_t assignFromStaticAddress : 1; /**< bit 3: give the dynamic address with SETDASA */
+        std::uint8_t ibiWithPayload : 1;          /**< bit 4: the target's IBIs carry a payload */
+        std::uint8_t reserved : 3;                /**< bits 5..7 */
+    } bits;                                       /**< bit view over `raw` */
 };
 static_assert(sizeof(I3cTargetConfiguration) == 1, "I3cTargetConfiguration is one byte");
 
