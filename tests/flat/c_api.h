@@ -10,7 +10,7 @@
 extern "C" {
 #endif
 
-/* Every function of the header with a null handle and otherwise invalid arguments. */
+/* The functions of the header with a null handle and otherwise invalid arguments. */
 int flat_c_null_handle(void);
 
 /* A session on the adapter with serial number `serial`, whose firmware the caller has scripted:

@@ -51,12 +51,17 @@ TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
         {"I2cScanBus null list", TarvixSDK_I2cScanBus(h(), nullptr, 255, &byte, &byte, 0, false)},
         {"I3cGetDeviceTable null count", TarvixSDK_I3cGetDeviceTable(h(), table, 1, nullptr)},
         {"I3cGetDeviceTable null table", TarvixSDK_I3cGetDeviceTable(h(), nullptr, 1, &byte)},
-        {"I3cSdrRead null length", TarvixSDK_I3cSdrRead(h(), 8, nullptr, 0, 4, buffer, nullptr, I3cTransferFlags::NONE)},
-        {"I3cSdrRead null register", TarvixSDK_I3cSdrRead(h(), 8, nullptr, 1, 4, buffer, &word, I3cTransferFlags::NONE)},
-        {"I3cLegacyI2CRead five-byte register", TarvixSDK_I3cLegacyI2CRead(h(), 8, fiveBytes, 5, 4, buffer, I3cTransferFlags::NONE)},
-        {"I3cLegacyI2CRead null data", TarvixSDK_I3cLegacyI2CRead(h(), 8, nullptr, 0, 4, nullptr, I3cTransferFlags::NONE)},
+        {"I3cSdrRead null length",
+         TarvixSDK_I3cSdrRead(h(), 8, nullptr, 0, 4, buffer, nullptr, I3cTransferFlags::NONE)},
+        {"I3cSdrRead null register",
+         TarvixSDK_I3cSdrRead(h(), 8, nullptr, 1, 4, buffer, &word, I3cTransferFlags::NONE)},
+        {"I3cLegacyI2CRead five-byte register",
+         TarvixSDK_I3cLegacyI2CRead(h(), 8, fiveBytes, 5, 4, buffer, I3cTransferFlags::NONE)},
+        {"I3cLegacyI2CRead null data",
+         TarvixSDK_I3cLegacyI2CRead(h(), 8, nullptr, 0, 4, nullptr, I3cTransferFlags::NONE)},
         {"I3cSdrWrite null data", TarvixSDK_I3cSdrWrite(h(), 8, nullptr, 0, nullptr, 2, I3cTransferFlags::NONE)},
-        {"I3cLegacyI2CWrite null register", TarvixSDK_I3cLegacyI2CWrite(h(), 8, nullptr, 2, buffer, 2, I3cTransferFlags::NONE)},
+        {"I3cLegacyI2CWrite null register",
+         TarvixSDK_I3cLegacyI2CWrite(h(), 8, nullptr, 2, buffer, 2, I3cTransferFlags::NONE)},
         {"I3cHdrDdrRead null length", TarvixSDK_I3cHdrDdrRead(h(), 8, 0x80, 4, nullptr, buffer)},
         {"I3cHdrDdrWrite null data", TarvixSDK_I3cHdrDdrWrite(h(), 8, 0x00, nullptr, 2)},
         {"GETMWL", TarvixSDK_I3cCccGETMWL(h(), 8, nullptr)},
@@ -82,9 +87,13 @@ TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
 TEST_F(FlatConversions, CallersBytesAndFlaggedOptionalsAreCopiedIntoTheRequest)
 {
     answer(0x1401, 0);
-    EXPECT_EQ(TarvixSDK_GpioConfigurePin(h(), GpioPinNumber::GPIO_2, GpioFunctionality::DIGITAL_OUTPUT, false, GpioLogicLevel::HIGH), kOk);
+    EXPECT_EQ(TarvixSDK_GpioConfigurePin(h(), GpioPinNumber::GPIO_2, GpioFunctionality::DIGITAL_OUTPUT, false,
+                                         GpioLogicLevel::HIGH),
+              kOk);
     EXPECT_EQ(lastPayload(), (Bytes{2, 1, 0})); // the level only when flagged
-    EXPECT_EQ(TarvixSDK_GpioConfigurePin(h(), GpioPinNumber::GPIO_2, GpioFunctionality::DIGITAL_OUTPUT, true, GpioLogicLevel::HIGH), kOk);
+    EXPECT_EQ(TarvixSDK_GpioConfigurePin(h(), GpioPinNumber::GPIO_2, GpioFunctionality::DIGITAL_OUTPUT, true,
+                                         GpioLogicLevel::HIGH),
+              kOk);
     EXPECT_EQ(lastPayload(), (Bytes{2, 1, 1}));
 
     answer(0x0904, 0);
@@ -193,7 +202,8 @@ TEST_F(FlatConversions, ReadsCopyDataAndLengthOnlyOnSuccess)
     std::uint16_t length = 0xBEEF;
     const std::uint8_t reg[1] = {0x10};
     answer(0x1908, kDeviceError, {0, 0, 2, 0, 0x31, 0x32});
-    EXPECT_EQ(TarvixSDK_I3cSdrRead(h(), 8, reg, 1, 2, data, &length, I3cTransferFlags::NO_STOP), StatusCode(kDeviceError));
+    EXPECT_EQ(TarvixSDK_I3cSdrRead(h(), 8, reg, 1, 2, data, &length, I3cTransferFlags::NO_STOP),
+              StatusCode(kDeviceError));
     EXPECT_EQ(length, 0xBEEF);
     EXPECT_EQ(data[0], 0xEE);
     answer(0x1908, 0, {0, 0, 2, 0, 0x31, 0x32});
@@ -232,7 +242,7 @@ TEST_F(FlatConversions, ReadsNeverWritePastTheLengthAskedForWhateverTheAnswerCou
         return head;
     };
     constexpr std::uint16_t kNotReported = 0xBEEF;
-    using Read = std::function<StatusCode(H*, std::uint8_t*, std::uint16_t length, std::uint16_t* reported)>;
+    using Read = std::function<StatusCode(H*, std::uint8_t*, std::uint16_t length, std::uint16_t * reported)>;
     struct Case {
         const char* name;
         std::uint16_t code;
@@ -242,7 +252,9 @@ TEST_F(FlatConversions, ReadsNeverWritePastTheLengthAskedForWhateverTheAnswerCou
         Read read;
     } cases[] = {
         {"SpiTransfer", 0x0D04, with({8, 0}), 4, kNotReported,
-         [](H* h, std::uint8_t* rx, std::uint16_t n, std::uint16_t*) { return TarvixSDK_SpiTransfer(h, nullptr, 0, rx, n); }},
+         [](H* h, std::uint8_t* rx, std::uint16_t n, std::uint16_t*) {
+             return TarvixSDK_SpiTransfer(h, nullptr, 0, rx, n);
+         }},
         {"I2cRead", 0x0905, with({0, 0, 0}), 4, kNotReported,
          [](H* h, std::uint8_t* out, std::uint16_t n, std::uint16_t*) {
              return TarvixSDK_I2cRead(h, 0, 0x50, nullptr, 0, n, out, false);

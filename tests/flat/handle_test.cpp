@@ -11,22 +11,39 @@ using namespace tarvix_test;
 
 namespace {
 
-TEST(FlatFromC, EveryFunctionAnswersANullHandleFirst) { EXPECT_EQ(flat_c_null_handle(), 0); }
+TEST(FlatFromC, EveryFunctionAnswersANullHandleFirst)
+{
+    EXPECT_EQ(flat_c_null_handle(), 0);
+}
 
 // The C constants are written out by hand; they must keep the values of the C++ enumerations.
 TEST(FlatFromC, ConstantsHoldTheValuesOfTheCppEnumerations)
 {
-    const std::uint32_t expected[] = {
-        std::uint32_t(GpioPinNumber::GPIO_7), std::uint32_t(GpioFunctionality::DISABLED), std::uint32_t(GpioLogicLevel::HIGH),
-        std::uint32_t(GpioTriggerType::BOTH_EDGES), std::uint32_t(SpiBitOrder::LSB_FIRST), std::uint32_t(SpiMode::MODE_3),
-        std::uint32_t(SpiDataWidth::BITS_16), std::uint32_t(SpiChipSelect::CS_3), std::uint32_t(SpiChipSelectPolarity::ACTIVE_HIGH),
-        std::uint32_t(UartBaudRate::BAUD_1000000), std::uint32_t(UartHwHandshake::ENABLED), std::uint32_t(UartParity::ODD),
-        std::uint32_t(UartDataSize::BITS_8), std::uint32_t(UartStopBit::TWO), std::uint32_t(I3cPushPullRate::RATE_1_MHZ),
-        std::uint32_t(I3cOpenDrainTransferRate::RATE_400_KHZ), std::uint32_t(I2cTransferRate::RATE_1_MHZ),
-        std::uint32_t(I3cDriveStrength::MAXIMUM), std::uint32_t(I3cTransferFlags::NACK_LAST_BYTE),
-        std::uint32_t(I3cTransferDirection::READ), std::uint32_t(I3cTargetResetDefByte::RETURN_VIRTUAL_TARGET_INDICATION),
-        std::uint32_t(StatusCode::RESPONSE_TOO_SHORT), std::uint32_t(StatusCode::SYSTEM_ERROR),
-        std::uint32_t(ConnectError::SYSTEM_ERROR), std::uint32_t(ConnectError::BAD_SERIAL)};
+    const std::uint32_t expected[] = {std::uint32_t(GpioPinNumber::GPIO_7),
+                                      std::uint32_t(GpioFunctionality::DISABLED),
+                                      std::uint32_t(GpioLogicLevel::HIGH),
+                                      std::uint32_t(GpioTriggerType::BOTH_EDGES),
+                                      std::uint32_t(SpiBitOrder::LSB_FIRST),
+                                      std::uint32_t(SpiMode::MODE_3),
+                                      std::uint32_t(SpiDataWidth::BITS_16),
+                                      std::uint32_t(SpiChipSelect::CS_3),
+                                      std::uint32_t(SpiChipSelectPolarity::ACTIVE_HIGH),
+                                      std::uint32_t(UartBaudRate::BAUD_1000000),
+                                      std::uint32_t(UartHwHandshake::ENABLED),
+                                      std::uint32_t(UartParity::ODD),
+                                      std::uint32_t(UartDataSize::BITS_8),
+                                      std::uint32_t(UartStopBit::TWO),
+                                      std::uint32_t(I3cPushPullRate::RATE_1_MHZ),
+                                      std::uint32_t(I3cOpenDrainTransferRate::RATE_400_KHZ),
+                                      std::uint32_t(I2cTransferRate::RATE_1_MHZ),
+                                      std::uint32_t(I3cDriveStrength::MAXIMUM),
+                                      std::uint32_t(I3cTransferFlags::NACK_LAST_BYTE),
+                                      std::uint32_t(I3cTransferDirection::READ),
+                                      std::uint32_t(I3cTargetResetDefByte::RETURN_VIRTUAL_TARGET_INDICATION),
+                                      std::uint32_t(StatusCode::RESPONSE_TOO_SHORT),
+                                      std::uint32_t(StatusCode::SYSTEM_ERROR),
+                                      std::uint32_t(ConnectError::SYSTEM_ERROR),
+                                      std::uint32_t(ConnectError::BAD_SERIAL)};
     ASSERT_EQ(flat_c_enum_count, std::size(expected));
     for (std::size_t i = 0; i < flat_c_enum_count; ++i) {
         EXPECT_EQ(flat_c_enum_values[i], expected[i]) << "constant " << i;
@@ -117,7 +134,10 @@ struct Received {
 };
 Inbox<Received>* inbox = nullptr;
 
-void collect(const Notification* n) { inbox->push({n->kind, n->length, Bytes(n->data, n->data + 256)}); }
+void collect(const Notification* n)
+{
+    inbox->push({n->kind, n->length, Bytes(n->data, n->data + 256)});
+}
 
 class FlatBridge : public FlatSessionTest {
 protected:

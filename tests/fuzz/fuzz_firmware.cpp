@@ -15,11 +15,11 @@
 // plugs it back and opens a fresh handle, as a host would after a re-enumeration.
 // Oracles: the sanitizers, and afterwards a well-formed GET_USB_STRING request on a fresh frame
 // gets its own answer (transaction id, code, status 0, the manufacturer string).
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -29,6 +29,7 @@
 #include <hidapi.h>
 #include <tarvix_virtual/virtual_adapter.hpp>
 
+#include "fuzz_support.hpp"
 #include "transport/segmentation.hpp"
 
 namespace tv = tarvix_virtual;
@@ -36,7 +37,7 @@ namespace tv = tarvix_virtual;
 namespace {
 
 constexpr std::size_t kReportSizes[] = {64, 1024, 8, 9, 16, 63, 65, 100, 512, 1023, 1025};
-constexpr char kManufacturer[] = "Fuzz Instruments";
+using fuzz::kManufacturer;
 
 struct Bench {
     tv::VirtualAdapter adapter;
@@ -73,16 +74,14 @@ void reopen(Bench& b)
     }
     b.handle = hid_open_path(b.adapter.path().c_str());
     if (b.handle == nullptr) {
-        std::fprintf(stderr, "fuzz_firmware: cannot open %s\n", b.adapter.path().c_str());
-        std::abort();
+        fuzz::fail("cannot open the virtual adapter");
     }
 }
 
 void drain(hid_device* handle, std::size_t reportSize)
 {
     std::vector<unsigned char> report(reportSize);
-    while (hid_read_timeout(handle, report.data(), report.size(), 0) > 0) {
-    }
+    while (hid_read_timeout(handle, report.data(), report.size(), 0) > 0) {}
 }
 
 // Writes one frame as the SDK would: segments of at most reportSize - 2 bytes, each in one
@@ -103,8 +102,8 @@ bool writeFrame(hid_device* handle, std::size_t reportSize, const std::uint8_t* 
 
 [[noreturn]] void fail(std::size_t reportSize, const char* what)
 {
-    std::fprintf(stderr, "fuzz_firmware (report size %zu): %s\n", reportSize, what);
-    std::abort();
+    std::fprintf(stderr, "report size %zu\n", reportSize);
+    fuzz::fail(what);
 }
 
 // A well-formed request after the input must get its own answer.
@@ -112,8 +111,8 @@ void probe(Bench& b, std::size_t reportSize)
 {
     static std::uint16_t tid = 0x7000;
     tid = static_cast<std::uint16_t>(tid == 0x7FFF ? 0x7000 : tid + 1);
-    const std::uint8_t request[] = {static_cast<std::uint8_t>(tid & 0xFF), static_cast<std::uint8_t>(tid >> 8),
-                                    0x07, 0x04, 0x01};
+    const std::uint8_t request[] = {static_cast<std::uint8_t>(tid & 0xFF), static_cast<std::uint8_t>(tid >> 8), 0x07,
+                                    0x04, 0x01};
     drain(b.handle, reportSize);
     if (!writeFrame(b.handle, reportSize, request, sizeof request)) {
         reopen(b); // the input's last command took the adapter off the bus
@@ -137,8 +136,8 @@ void probe(Bench& b, std::size_t reportSize)
             continue; // a notification, or a late answer to the input
         }
         const std::size_t textLength = sizeof kManufacturer - 1;
-        if (frame.size() != 7 + textLength || frame[2] != 0x07 || frame[3] != 0x04 || frame[4] != 0 ||
-            frame[5] != 0 || frame[6] != textLength + 1 || std::memcmp(frame.data() + 7, kManufacturer, textLength) != 0) {
+        if (frame.size() != 7 + textLength || frame[2] != 0x07 || frame[3] != 0x04 || frame[4] != 0 || frame[5] != 0 ||
+            frame[6] != textLength + 1 || std::memcmp(frame.data() + 7, kManufacturer, textLength) != 0) {
             fail(reportSize, "the probe's answer is not the manufacturer string");
         }
         return;
@@ -160,24 +159,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     b.adapter.replug(); // power cycle: each input starts from the same firmware state
 
-    std::size_t at = 1;
-    while (at + 3 <= size) {
-        const unsigned control = data[at];
-        std::size_t length = static_cast<std::size_t>(data[at + 1] | (data[at + 2] << 8));
-        at += 3;
-        if (length > size - at) {
-            length = size - at;
-        }
-        const std::uint8_t* bytes = data + at;
-        at += length;
-
+    fuzz::Items items(data + 1, size - 1, true);
+    unsigned control = 0;
+    const std::uint8_t* bytes = nullptr;
+    std::size_t length = 0;
+    while (items.next(control, bytes, length)) {
         switch (control % 3) {
         case 0: {
             // Exact-size block: the adapter must not read past what hid_write was given.
-            std::unique_ptr<unsigned char[]> raw(new unsigned char[length == 0 ? 1 : length]);
-            if (length > 0) {
-                std::memcpy(raw.get(), bytes, length);
-            }
+            const fuzz::Block raw(length, bytes);
             hid_write(b.handle, raw.get(), length);
             break;
         }
@@ -187,9 +177,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             hid_write(b.handle, report.data(), report.size());
             break;
         }
-        default:
-            writeFrame(b.handle, reportSize, bytes, length);
-            break;
+        default: writeFrame(b.handle, reportSize, bytes, length); break;
         }
         // Answers pile up in the handle's queue (a bounded list); empty it as a reader would.
         drain(b.handle, reportSize);

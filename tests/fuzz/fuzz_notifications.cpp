@@ -12,139 +12,21 @@
 //   lengths are cut to what arrived), and its fixed fields are the frame's bytes;
 // - a flat view agrees on when it succeeds and on the fixed fields; its pointers are the frame's
 //   base plus 8 and its lengths are declared ones, taken as they stand;
-// - a trace line is NUL-terminated within the capacity and its reported length is the length of
-//   the whole line.
+// - a trace line is NUL-terminated within the capacity, its reported length is the length of the
+//   whole line, and the flat line is the C++ one cut to the buffer.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include <tarvixsdk/tarvixsdk.h>
-#include <tarvixsdk/tarvixsdk.hpp>
-
+#include "fuzz_support.hpp"
 #include "sync/session.hpp"
+
+using fuzz::expect;
 
 namespace {
 
-[[noreturn]] void fail(const char* what)
-{
-    std::fprintf(stderr, "notification view: %s\n", what);
-    std::abort();
-}
-
-void expect(bool condition, const char* what)
-{
-    if (!condition) {
-        fail(what);
-    }
-}
-
-bool within(const Notification& n, const std::uint8_t* p, std::size_t count)
-{
-    const std::uint8_t* end = n.data + n.length;
-    return p >= n.data && p <= end && count <= static_cast<std::size_t>(end - p);
-}
-
-// Touches every byte a view hands out, so that an out-of-frame pointer is a sanitizer report
-// even where the bounds check above would not tell.
-volatile unsigned sink;
-void touch(const std::uint8_t* p, std::size_t count)
-{
-    unsigned sum = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        sum += p[i];
-    }
-    sink = sum;
-}
-
-void checkCppViews(const Notification& n)
-{
-    const bool gpioFits = n.kind == NotificationKind::GPIO_INTERRUPT && n.length >= 7;
-    const GpioInterruptNotification* gpio = n.gpio();
-    expect((gpio != nullptr) == gpioFits, "gpio() disagrees on kind/length");
-    if (gpio != nullptr) {
-        expect(gpio->pinNumber == n.data[6], "gpio pin is not byte 6");
-    }
-
-    const bool ibiFits = n.kind == NotificationKind::I3C_IBI && n.length >= 8;
-    const I3cIbiNotification* ibi = n.i3cIbi();
-    expect((ibi != nullptr) == ibiFits, "i3cIbi() disagrees on kind/length");
-    if (ibi != nullptr) {
-        expect(ibi->targetAddress == n.data[6], "IBI address is not byte 6");
-        expect(ibi->payload == n.data + 8, "IBI payload does not start at byte 8");
-        expect(within(n, ibi->payload, ibi->payloadLength), "IBI payload runs past the frame");
-        expect(ibi->payloadLength <= n.data[7], "IBI payload longer than declared");
-        touch(ibi->payload, ibi->payloadLength);
-    }
-
-    const bool hotJoinFits = n.kind == NotificationKind::I3C_HOT_JOIN && n.length >= 15;
-    const I3cHotJoinNotification* hotJoin = n.i3cHotJoin();
-    expect((hotJoin != nullptr) == hotJoinFits, "i3cHotJoin() disagrees on kind/length");
-    if (hotJoin != nullptr) {
-        expect(std::memcmp(hotJoin->provisionalId, n.data + 6, 6) == 0 && hotJoin->bcr == n.data[12] &&
-                   hotJoin->dcr == n.data[13] && hotJoin->dynamicAddress == n.data[14],
-               "hot-join fields are not bytes 6..14");
-    }
-
-    const bool uartFits = n.kind == NotificationKind::UART_RX && n.length >= 8;
-    const UartRxNotification* uart = n.uartRx();
-    expect((uart != nullptr) == uartFits, "uartRx() disagrees on kind/length");
-    if (uart != nullptr) {
-        const std::size_t declared = static_cast<std::size_t>(n.data[6] | (n.data[7] << 8));
-        expect(uart->data == n.data + 8, "UART data does not start at byte 8");
-        expect(within(n, uart->data, uart->dataLength), "UART data runs past the frame");
-        expect(uart->dataLength <= declared, "UART data longer than declared");
-        touch(uart->data, uart->dataLength);
-    }
-}
-
-void checkFlatViews(const Notification& n)
-{
-    GpioInterruptNotification gpio{};
-    const bool gpioOk = TarvixSDK_notificationAsGpio(&n, &gpio);
-    expect(gpioOk == (n.kind == NotificationKind::GPIO_INTERRUPT && n.length >= 7), "flat gpio disagrees");
-    if (gpioOk) {
-        expect(gpio.pinNumber == n.data[6], "flat gpio pin");
-    }
-
-    I3cIbiNotification ibi{};
-    const bool ibiOk = TarvixSDK_notificationAsI3cIbi(&n, &ibi);
-    expect(ibiOk == (n.kind == NotificationKind::I3C_IBI && n.length >= 8), "flat IBI disagrees");
-    if (ibiOk) {
-        expect(ibi.targetAddress == n.data[6] && ibi.payload == n.data + 8 && ibi.payloadLength == n.data[7],
-               "flat IBI fields");
-    }
-
-    I3cHotJoinNotification hotJoin{};
-    const bool hotJoinOk = TarvixSDK_notificationAsI3cHotJoin(&n, &hotJoin);
-    expect(hotJoinOk == (n.kind == NotificationKind::I3C_HOT_JOIN && n.length >= 15), "flat hot-join disagrees");
-    if (hotJoinOk) {
-        expect(std::memcmp(hotJoin.provisionalId, n.data + 6, 6) == 0 && hotJoin.bcr == n.data[12] &&
-                   hotJoin.dcr == n.data[13] && hotJoin.dynamicAddress == n.data[14],
-               "flat hot-join fields");
-    }
-
-    UartRxNotification uart{};
-    const bool uartOk = TarvixSDK_notificationAsUartRx(&n, &uart);
-    expect(uartOk == (n.kind == NotificationKind::UART_RX && n.length >= 8), "flat UART disagrees");
-    if (uartOk) {
-        expect(uart.data == n.data + 8 && uart.dataLength == static_cast<std::size_t>(n.data[6] | (n.data[7] << 8)),
-               "flat UART fields");
-    }
-
-    // Null pointers are refused, never followed.
-    expect(!TarvixSDK_notificationAsGpio(&n, nullptr) && !TarvixSDK_notificationAsI3cIbi(nullptr, &ibi) &&
-               !TarvixSDK_notificationAsI3cHotJoin(&n, nullptr) && !TarvixSDK_notificationAsUartRx(nullptr, &uart),
-           "a flat view accepted a null pointer");
-}
-
-// describeFrame reads past a hot-join notification that ends before its status (4 or 5 bytes):
-// reported, with its reproducer in regressions/frame_text_short_notification_test.cpp. Such
-// frames skip the trace check until that is fixed, so that the run goes on to other findings.
 void checkTrace(const std::uint8_t* frame, std::size_t length, bool in, std::size_t capacity)
 {
     TraceFrame record{};
@@ -153,8 +35,8 @@ void checkTrace(const std::uint8_t* frame, std::size_t length, bool in, std::siz
     record.length = length;
     const std::string line = describeFrame(record);
 
-    std::unique_ptr<char[]> text(new char[capacity == 0 ? 1 : capacity]);
-    char* buffer = capacity == 0 ? nullptr : text.get();
+    fuzz::Block text(capacity);
+    char* buffer = capacity == 0 ? nullptr : reinterpret_cast<char*>(text.get());
     const std::size_t whole = TarvixSDK_DescribeFrame(&record, buffer, capacity);
     expect(whole == line.size(), "flat trace length differs from the C++ line");
     if (capacity > 0) {
@@ -179,8 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // The record as the session builds it, from the frame's own code.
     const Notification built = tarvix_detail::makeNotification(frame);
-    checkCppViews(built);
-    checkFlatViews(built);
+    fuzz::checkCppViews(built);
+    fuzz::checkFlatViews(built);
 
     // A record of any kind over the same bytes, as a C caller might hand one in.
     Notification made{};
@@ -188,8 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     made.data = frame.empty() ? nullptr : frame.data();
     made.length = length;
     if (made.data != nullptr) {
-        checkCppViews(made);
-        checkFlatViews(made);
+        fuzz::checkCppViews(made);
+        fuzz::checkFlatViews(made);
     }
 
     checkTrace(frame.empty() ? nullptr : frame.data(), length, (selector & 0x80) != 0, capacity);

@@ -15,11 +15,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
+#include "fuzz_support.hpp"
 #include "transport/segmentation.hpp"
 
 using tarvix_detail::Reassembler;
@@ -65,20 +64,19 @@ void check(bool delivered, const Reassembler& reassembler, bool expected, const 
 {
     if (delivered != expected) {
         std::fprintf(stderr, "%s: delivered=%d, model says %d\n", path, delivered, expected);
-        std::abort();
+        fuzz::fail("delivery differs from the model's");
     }
     if (!delivered) {
         return;
     }
     const std::vector<std::uint8_t>& frame = reassembler.frame();
     if (frame.size() > Reassembler::kMaxFrameSize) {
-        std::fprintf(stderr, "%s: frame of %zu bytes passes the limit\n", path, frame.size());
-        std::abort();
+        std::fprintf(stderr, "%s: frame of %zu bytes\n", path, frame.size());
+        fuzz::fail("a delivered frame passes the limit");
     }
     if (frame.size() != model.frame().size() || (compareBytes && frame != model.frame())) {
-        std::fprintf(stderr, "%s: frame of %zu bytes differs from the model's %zu\n", path, frame.size(),
-                     model.frame().size());
-        std::abort();
+        std::fprintf(stderr, "%s: frame of %zu bytes, the model's of %zu\n", path, frame.size(), model.frame().size());
+        fuzz::fail("a delivered frame differs from the model's");
     }
 }
 
@@ -90,7 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const std::size_t reportSize = (data[0] & 1) ? 1024 : 64;
-    std::size_t at = 1;
 
     // Long-lived, as the transport's are, so that their buffers keep their capacity from input to
     // input (a megabyte frame is costly to grow again each time); each input starts them afresh
@@ -106,26 +103,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     exactModel.accept(empty, sizeof empty);
     std::vector<std::uint8_t> readBuffer(reportSize, 0); // the reader's buffer: never cleared
 
-    while (at + 3 <= size) {
-        const unsigned control = data[at];
-        std::size_t length = static_cast<std::size_t>(data[at + 1] | (data[at + 2] << 8));
-        at += 3;
-        if (length > size - at) {
-            length = size - at;
-        }
-        const std::uint8_t* bytes = data + at;
-        at += length;
+    fuzz::Items items(data + 1, size - 1, true);
+    unsigned control = 0;
+    const std::uint8_t* bytes = nullptr;
+    std::size_t length = 0;
+    while (items.next(control, bytes, length)) {
         unsigned shift = (control & 0x80u) ? (control & 0x0Fu) : 0u;
         if (shift > 11) {
             shift = 11;
         }
         const std::size_t repeats = std::size_t{1} << shift;
-
-        // Exact-size copy, so a read past `length` is a heap overflow.
-        std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[length == 0 ? 1 : length]);
-        if (length > 0) {
-            std::memcpy(copy.get(), bytes, length);
-        }
+        const fuzz::Block copy(length, bytes); // a read past `length` is a heap overflow
         // What one hid_read_timeout of this report leaves in the reader's buffer.
         const std::size_t read = length < reportSize ? length : reportSize;
 

@@ -149,73 +149,68 @@ def firmware():
     write("fuzz_firmware", "wrong_length", [0] + list(bytes([0]) + item(b"\0" + u16(0x17) + REQUESTS["usb_string"])))
 
 
-def table_sizes():
-    """The number of entries in the harness's C++ and flat call tables, to index them by name."""
+def flat_calls():
+    """The flat functions of the harness's call table, in table order, to index the table by name."""
     with open(os.path.join(HERE, "fuzz_blocking_calls.cpp")) as f:
         text = f.read()
-    cpp = text[text.index("const CppCall kCppCalls[]"):text.index("#define FLAT")]
-    flat = text[text.index("const FlatCall kFlatCalls[]"):text.index("constexpr std::size_t kCppCount")]
-    return len(re.findall(r"^    CPP\(", cpp, re.M)), len(re.findall(r"^    FLAT\(", flat, re.M))
+    table = text[text.index("const FlatCall kFlatCalls[]"):text.index("constexpr std::size_t kFlatCount")]
+    rows = re.split(r"^    FLAT\(", table, flags=re.M)[1:]
+    return [re.search(r"TarvixSDK_(?!DeviceInfo\b)(\w+)", row).group(1) for row in rows]
 
 
 def blocking_calls():
-    cpp_count, flat_count = table_sizes()
-    assert cpp_count + flat_count <= 256, "call index is one byte"
-    # Indices into the tables (see fuzz_blocking_calls.cpp); the flat ones follow the C++ ones.
-    cpp = {"getUsbString": 2, "i3cGetBusVoltage": 18, "gpioDigitalRead": 21, "i2cRead": 28, "i2cScanBus": 29,
-           "spiTransfer": 32, "i3cGetDeviceTable": 41, "i3cSdrRead": 43, "i3cHdrDdrRead": 47, "GETMRL": 81,
-           "GETPID": 82, "GETSTATUS": 85, "resetDevice": 0}
-    flat = {"I2cRead": 26, "I2cScanBus": 28, "SpiTransfer": 31, "I3cGetDeviceTable": 40, "I3cSdrRead": 44,
-            "GETPID": 81, "GETMXDS": 84, "GetDeviceInfo": 2}
+    calls = flat_calls()
+    assert len(calls) <= 256, "call index is one byte"
 
-    def seed(name, call, config, args, items):
+    def seed(name, function, config, args, items):
         write("fuzz_blocking_calls", name,
-              [call, config, len(args)] + list(args) + list(b"".join(item(i) for i in items)))
+              [calls.index(function), config, len(args)] + list(args) + list(b"".join(item(i) for i in items)))
 
     patch_first = 1 << 3
     patch_last = 2 << 3
     raw = 1 << 2
     options = 1 << 1
     ok = response(0, 0, 0)
-    seed("usb_string", cpp["getUsbString"], patch_first, [1], [response(0, 0, 0, b"\x04TVX")])
-    seed("usb_string_foreign", cpp["getUsbString"], options, [1], [response(0x1234, 0x0407, 0, b"\x04TVX")])
-    seed("voltages", cpp["i3cGetBusVoltage"], patch_first, [], [response(0, 0, 0, u16(3300) + u16(1800) + u16(1200))])
-    seed("gpio_read_after_notification", cpp["gpioDigitalRead"], patch_last, [0] * 4, [GPIO, response(0, 0, 0, [1])])
-    seed("i2c_read", cpp["i2cRead"], patch_first, [1, 0x10, 4, 0, 0, 0x50, 0],
+    # The arguments follow each row of the table: pointers are present unless their byte is 0xFF,
+    # byte blocks are a count then the bytes, enumerations are four bytes.
+    seed("usb_string", "GetDeviceInfo", patch_first, [0], [response(0, 0, 0, b"\x04TVX")])
+    seed("usb_string_foreign", "GetDeviceInfo", options, [0], [response(0x1234, 0x0407, 0, b"\x04TVX")])
+    seed("voltages", "I3cGetBusVoltage", patch_first, [0, 0], [response(0, 0, 0, u16(3300) + u16(1800) + u16(1200))])
+    seed("gpio_read_after_notification", "GpioDigitalRead", patch_last, [0] * 4, [GPIO, response(0, 0, 0, [1])])
+    seed("i2c_read", "I2cRead", patch_first, [0, 0x50, 1, 0x10, 4, 0, 0, 0],
          [response(0, 0, 0, [0, 4, 0, 1, 2, 3, 4])])
-    seed("i2c_read_short", cpp["i2cRead"], patch_first | options, [0, 8, 0, 0, 0x50, 0],
+    seed("i2c_read_short", "I2cRead", patch_first | options, [0, 0x50, 0, 8, 0, 0, 0],
          [response(0, 0, 0, [0, 8, 0, 1])])
-    seed("i2c_scan", cpp["i2cScanBus"], patch_first, [0, 0, 0, 0], [response(0, 0, 0, [0, 2, 1, 0x48, 0x50, 0x10, 0x02])])
-    seed("spi_transfer", cpp["spiTransfer"], patch_first | 1, [1, 0x9F, 4, 0], [response(0, 0, 0, u16(4) + b"\xEF\x40\x18\x00")])
-    seed("device_table", cpp["i3cGetDeviceTable"], patch_first, [], [response(0, 0, 0, [2] + [0x30] * 16 + [0x31] * 16)])
-    seed("sdr_read", cpp["i3cSdrRead"], patch_first, [1, 0x11, 8, 0, 0x30], [response(0, 0, 0, u16(8) + bytes(range(8)))])
-    seed("hdr_read", cpp["i3cHdrDdrRead"], patch_first, [0x30, 0x20, 4, 0], [response(0, 0, 0, u16(4) + b"\x01\x02\x03\x04")])
-    seed("getmrl", cpp["GETMRL"], patch_first, [0x30], [response(0, 0, 0, [0x30, 0x8C, 0, 3, 0x01, 0x00, 0x10])])
-    seed("getpid", cpp["GETPID"], patch_first, [0x30], [response(0, 0, 0, [0x30, 0x8D, 0, 6, 1, 2, 3, 4, 5, 6])])
-    seed("getstatus", cpp["GETSTATUS"], patch_first, [0x30, 0, 0], [response(0, 0, 0, [0x30, 0x90, 0, 2, 0, 0])])
-    seed("reset_then_stray", cpp["resetDevice"], 0, [], [ok, IBI])
-    seed("notifications_only", cpp["i2cRead"], 0, [0, 4, 0], [GPIO, UART, IBI, HOT_JOIN, UNKNOWN, UART_LYING])
-    seed("raw_lying_reports", cpp["i2cRead"], raw | patch_first, [0, 4, 0],
-         [u16(0xFFFF) + response(0, 0, 0, [0, 4, 0, 9, 9, 9, 9]), u16(3), b"", b"\x02"])
-    seed("raw_segments_1024", cpp["spiTransfer"], raw | patch_first | 1, [0, 0, 2, 0],
-         segments(response(0, 0, 0, u16(2) + b"\x12\x34"), 1024))
-    seed("raw_segments_64", cpp["i3cSdrRead"], raw | patch_first, [0, 200, 0, 0x30],
-         segments(response(0, 0, 0, u16(200) + bytes(200)), 64))
-    base = cpp_count
-    seed("flat_i2c_read", base + flat["I2cRead"], patch_first, [0, 0x50, 0, 4, 0],
+    seed("flat_i2c_read", "I2cRead", patch_first, [0, 0x50, 0, 4, 0],
          [response(0, 0, 0, [0, 4, 0, 1, 2, 3, 4, 5, 6])])
-    seed("flat_scan", base + flat["I2cScanBus"], patch_first, [1, 0, 0, 0], [response(0, 0, 0, [0, 3, 0, 1, 2, 3])])
-    seed("flat_spi", base + flat["SpiTransfer"], patch_first, [0, 2, 0], [response(0, 0, 0, u16(9) + bytes(9))])
-    seed("flat_table", base + flat["I3cGetDeviceTable"], patch_first, [1],
-         [response(0, 0, 0, [3] + [0x30] * 48)])
-    seed("flat_sdr_read", base + flat["I3cSdrRead"], patch_first, [0x30, 0, 2, 0],
-         [response(0, 0, 0, u16(5) + bytes(5))])
-    seed("flat_getpid", base + flat["GETPID"], patch_first, [0x30], [response(0, 0, 0, [0x30, 0x8D, 0, 9] + [7] * 9)])
-    seed("flat_getmxds", base + flat["GETMXDS"], patch_first, [0x30],
-         [response(0, 0, 0, [0x30, 0x94, 0, 255] + [1] * 255)])
-    seed("flat_device_info_ex", base + flat["GetDeviceInfo"], patch_last | 0x20, [],
+    seed("i2c_scan", "I2cScanBus", patch_first, [8, 0, 0, 0], [response(0, 0, 0, [0, 2, 1, 0x48, 0x50, 0x10, 0x02])])
+    seed("flat_scan", "I2cScanBus", patch_first, [1, 0, 0, 0], [response(0, 0, 0, [0, 3, 0, 1, 2, 3])])
+    seed("spi_transfer", "SpiTransfer", patch_first | 1, [1, 0x9F, 4, 0, 0],
+         [response(0, 0, 0, u16(4) + b"\xEF\x40\x18\x00")])
+    seed("flat_spi", "SpiTransfer", patch_first, [0, 2, 0], [response(0, 0, 0, u16(9) + bytes(9))])
+    seed("device_table", "I3cGetDeviceTable", patch_first, [4, 0], [response(0, 0, 0, [2] + [0x30] * 16 + [0x31] * 16)])
+    seed("flat_table", "I3cGetDeviceTable", patch_first, [1], [response(0, 0, 0, [3] + [0x30] * 48)])
+    seed("sdr_read", "I3cSdrRead", patch_first, [0x30, 1, 0x11, 8, 0, 0, 0, 0, 0, 0],
+         [response(0, 0, 0, u16(8) + bytes(range(8)))])
+    seed("flat_sdr_read", "I3cSdrRead", patch_first, [0x30, 0, 2, 0], [response(0, 0, 0, u16(5) + bytes(5))])
+    seed("hdr_read", "I3cHdrDdrRead", patch_first, [0x30, 0x20, 4, 0, 0],
+         [response(0, 0, 0, u16(4) + b"\x01\x02\x03\x04")])
+    seed("getmrl", "I3cCccGETMRL", patch_first, [0x30, 0, 1, 1], [response(0, 0, 0, [0x30, 0x8C, 0, 3, 0x01, 0x00, 0x10])])
+    seed("getpid", "I3cCccGETPID", patch_first, [0x30, 0], [response(0, 0, 0, [0x30, 0x8D, 0, 6, 1, 2, 3, 4, 5, 6])])
+    seed("flat_getpid", "I3cCccGETPID", patch_first, [0x30], [response(0, 0, 0, [0x30, 0x8D, 0, 9] + [7] * 9)])
+    seed("getstatus", "I3cCccGETSTATUS", patch_first, [0x30, 0, 0, 0], [response(0, 0, 0, [0x30, 0x90, 0, 2, 0, 0])])
+    seed("flat_getmxds", "I3cCccGETMXDS", patch_first, [0x30], [response(0, 0, 0, [0x30, 0x94, 0, 255] + [1] * 255)])
+    seed("reset_then_stray", "ResetDevice", 0, [], [ok, IBI])
+    seed("notifications_only", "I2cRead", 0, [0, 0x50, 0, 4, 0], [GPIO, UART, IBI, HOT_JOIN, UNKNOWN, UART_LYING])
+    seed("raw_lying_reports", "I2cRead", raw | patch_first, [0, 0x50, 0, 4, 0],
+         [u16(0xFFFF) + response(0, 0, 0, [0, 4, 0, 9, 9, 9, 9]), u16(3), b"", b"\x02"])
+    seed("raw_segments_1024", "SpiTransfer", raw | patch_first | 1, [0, 2, 0, 0],
+         segments(response(0, 0, 0, u16(2) + b"\x12\x34"), 1024))
+    seed("raw_segments_64", "I3cSdrRead", raw | patch_first, [0x30, 0, 200, 0, 0, 0, 0, 0, 0],
+         segments(response(0, 0, 0, u16(200) + bytes(200)), 64))
+    seed("flat_device_info_ex", "GetDeviceInfo", patch_last | 0x20, [],
          [notification(0x1081, u16(300) + bytes(300)), response(0, 0, 0, b"\x04TVX")])
-    seed("flat_notification_256", base + flat["GetDeviceInfo"], patch_last | 1,
+    seed("flat_notification_256", "GetDeviceInfo", patch_last | 1,
          [], [notification(0x1981, [0x30, 250] + [0x42] * 248), response(0, 0, 0, b"\x02Z")])
 
 

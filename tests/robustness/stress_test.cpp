@@ -99,7 +99,8 @@ TEST_F(SessionStress, CallsKeepTheirOwnAnswersAndNoNotificationIsLostWhileConnec
             }
         });
         const auto end = std::chrono::steady_clock::now() + kRoundTime;
-        for (std::uint8_t pin = 0; std::chrono::steady_clock::now() < end; pin = static_cast<std::uint8_t>((pin + 1) % 8)) {
+        for (std::uint8_t pin = 0; std::chrono::steady_clock::now() < end;
+             pin = static_cast<std::uint8_t>((pin + 1) % 8)) {
             GpioLogicLevel level{};
             const StatusCode status = sdk.gpioDigitalRead(static_cast<GpioPinNumber>(pin), level);
             if (status == StatusCode::SUCCESS) {

@@ -1,4 +1,4 @@
-// Supply rails and reset, end to end.
+// Supply rails end to end.
 #include <sdk_fixture.hpp>
 #include <tarvix_virtual/targets.hpp>
 
@@ -26,23 +26,6 @@ TEST_F(DeviceScenario, RailsAreSetAndReadBackThroughEveryNameAndRefusedOutsideTh
     EXPECT_EQ(sdk().spiUseExternalVoltage(true), StatusCode::SUCCESS);
     EXPECT_EQ(sdk().gpioGetVoltage(shared), StatusCode::SUCCESS);
     EXPECT_EQ(shared, 2700);
-}
-
-TEST_F(DeviceScenario, ResetMakesTheAdapterVanishAndComeBackRestarted)
-{
-    ASSERT_EQ(sdk().uartInit(UartBaudRate::BAUD_9600, UartHwHandshake::DISABLED, UartParity::NONE,
-                             UartDataSize::BITS_8, UartStopBit::ONE),
-              StatusCode::SUCCESS);
-    EXPECT_EQ(sdk().resetDevice(), StatusCode::SUCCESS);
-    EXPECT_FALSE(adapter().plugged());
-    ASSERT_TRUE(adapter().waitForPlugged(5s));
-    sdk().disconnect();
-    ASSERT_TRUE(sdk().connect());
-    TarvixSDK::DeviceInfo info;
-    EXPECT_EQ(sdk().getDeviceInfo(info), StatusCode::SUCCESS);
-    EXPECT_EQ(info.usbString2, "Tarvix USB Protocol Adapter");
-    // The restart closed the port.
-    EXPECT_EQ(sdk().uartSendMessage({1}), StatusCode(tv::DeviceStatus::UART_NOT_INITIALISED));
 }
 
 } // namespace

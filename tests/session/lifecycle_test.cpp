@@ -191,30 +191,6 @@ TEST_F(MatchResponses, DuplicatedAndForeignAnswersNeverReachTheOutputs)
     EXPECT_GE(sdk.droppedResponseCount(), 20u * 3 - 1);
 }
 
-TEST_F(MatchResponses, WithoutWaitingACallReturnsItsOwnAnswerOrNone)
-{
-    TarvixSDK sdk(0, optionsWith(true, false, false));
-    ASSERT_TRUE(sdk.connect());
-    answer(0x0409, 0, {0x13, 0x54, 0, 0, 0, 0});
-    answer(0x1403, 0, {1});
-    for (int round = 0; round < 50; ++round) {
-        GpioLogicLevel level = GpioLogicLevel::LOW;
-        const StatusCode status = sdk.gpioDigitalRead(GpioPinNumber::GPIO_3, level);
-        if (status == StatusCode::SUCCESS) {
-            ASSERT_EQ(level, GpioLogicLevel::HIGH);
-        } else {
-            ASSERT_EQ(status, StatusCode::NO_RESPONSE);
-        }
-        std::uint16_t voltage = 0;
-        const StatusCode railStatus = sdk.i2cGetBusVoltage(voltage);
-        if (railStatus == StatusCode::SUCCESS) {
-            ASSERT_EQ(voltage, 21523);
-        } else {
-            ASSERT_EQ(railStatus, StatusCode::NO_RESPONSE);
-        }
-    }
-}
-
 // ---------------------------------------------------------------------------- detectRemoval
 
 using DetectRemoval = VirtualAdapterTest;
@@ -237,8 +213,9 @@ TEST_F(DetectRemoval, AnUnplugWakesAnEndlessWaitAndReconnectNeedsNoDisconnect)
     ASSERT_EQ(call.wait_for(10s), std::future_status::ready) << "the call was not woken";
     const auto [status, woken] = call.get();
     EXPECT_EQ(status, StatusCode::NOT_CONNECTED);
-    std::printf("unplug to woken call: %lld ms\n",
-                static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(woken - unplugged).count()));
+    std::printf(
+        "unplug to woken call: %lld ms\n",
+        static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(woken - unplugged).count()));
 
     EXPECT_FALSE(sdk.isConnected());
     std::uint16_t voltage = 0;
@@ -282,7 +259,7 @@ TEST_F(Exclusive, ASecondSessionOnTheAdapterIsBusyWhicheverAskedFirst)
     EXPECT_EQ(second.lastConnectError(), ConnectError::BUSY);
 
     first.disconnect();
-    ASSERT_TRUE(plain.connect()); // released at disconnect
+    ASSERT_TRUE(plain.connect());  // released at disconnect
     EXPECT_FALSE(first.connect()); // and an exclusive session will not share
     EXPECT_EQ(first.lastConnectError(), ConnectError::BUSY);
     plain.disconnect();

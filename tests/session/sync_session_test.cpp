@@ -8,7 +8,10 @@
 namespace tarvix_test {
 namespace {
 
-std::string text(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
+std::string text(const Bytes& bytes)
+{
+    return std::string(bytes.begin(), bytes.end());
+}
 
 // A USB string response for `transactionId` carrying `value`.
 Bytes usbString(std::uint16_t transactionId, const std::string& value)
@@ -121,19 +124,31 @@ TEST_F(SyncSessionTest, TwoResponsesCloseTogetherLeaveTheLaterOneForTheNextCall)
     }
 }
 
-TEST_F(SyncSessionTest, ANotificationDuringAWaitCompletesNothing)
+// Every decoder writes its outputs only once an answer has come: with none, each kind of output
+// (level, bytes, length, optional byte, table) keeps what it held.
+TEST_F(ShortTimeoutSyncSessionTest, AMissedAnswerLeavesEveryKindOfOutputAlone)
 {
-    Inbox<NotificationKind> notified;
-    sdk().onNotification([&notified](const Notification& n) { notified.push(n.kind); });
-    adapter().setResponseDelay(50ms);
-    adapter().setResponder(0x0407, [this](const Bytes& request) {
-        adapter().injectNotification(0x1481, 0, {1}); // ready at once, before the answer
-        return std::vector<Bytes>{usbString(tv::transactionIdOf(request), "answer")};
-    });
-    Bytes out;
-    EXPECT_EQ(sdk().getUsbString(out, 1), StatusCode::SUCCESS);
-    EXPECT_EQ(text(out), "answer");
-    EXPECT_EQ(notified.waitFor(1), std::vector<NotificationKind>{NotificationKind::GPIO_INTERRUPT});
+    for (const std::uint16_t code : std::initializer_list<std::uint16_t>{0x1403, 0x0905, 0x1906, 0x1908, 0x1909}) {
+        adapter().setResponder(code, [](const Bytes&) { return std::vector<Bytes>{}; });
+    }
+    GpioLogicLevel level = GpioLogicLevel::HIGH;
+    Bytes pid{1, 2, 3}, data{9, 9}, i2c{7};
+    std::uint16_t length = 0x1234;
+    std::optional<std::uint8_t> ibi = 0x55;
+    std::vector<I3cTargetInfo> table(2);
+    EXPECT_EQ(sdk().gpioDigitalRead(GpioPinNumber::GPIO_0, level), StatusCode::NO_RESPONSE);
+    EXPECT_EQ(sdk().i2cRead(0, 0x50, {}, 1, i2c, false), StatusCode::NO_RESPONSE);
+    EXPECT_EQ(sdk().i3cCccGETPID(0x30, pid), StatusCode::NO_RESPONSE);
+    EXPECT_EQ(sdk().i3cCccGETMRL(0x30, length, ibi), StatusCode::NO_RESPONSE);
+    EXPECT_EQ(sdk().i3cSdrRead(8, {}, 4, data, I3cTransferFlags::NONE), StatusCode::NO_RESPONSE);
+    EXPECT_EQ(sdk().i3cGetDeviceTable(table), StatusCode::NO_RESPONSE);
+    EXPECT_EQ(level, GpioLogicLevel::HIGH);
+    EXPECT_EQ(i2c, Bytes{7});
+    EXPECT_EQ(pid, (Bytes{1, 2, 3}));
+    EXPECT_EQ(length, 0x1234);
+    EXPECT_EQ(ibi, std::optional<std::uint8_t>(0x55));
+    EXPECT_EQ(data, (Bytes{9, 9}));
+    EXPECT_EQ(table.size(), 2u);
 }
 
 TEST_F(ShortTimeoutSyncSessionTest, AFailedWriteOrAnUnplugDuringAWaitEndsInNoResponse)

@@ -23,7 +23,10 @@ Bytes pattern(std::size_t size, std::uint8_t seed = 1)
     return bytes;
 }
 
-std::uint16_t headerOf(const Bytes& segment) { return static_cast<std::uint16_t>(segment[0] | segment[1] << 8); }
+std::uint16_t headerOf(const Bytes& segment)
+{
+    return static_cast<std::uint16_t>(segment[0] | segment[1] << 8);
+}
 
 // An input report of `reportSize` bytes: header, then `bytes`, then zeros.
 Bytes inputReport(std::uint16_t header, const Bytes& bytes, std::size_t reportSize = 64)
