@@ -1,5 +1,6 @@
 # Installation: headers, the shared library, a CMake package (find_package(tarvixsdk) gives
-# tarvix::tarvixsdk) and a pkg-config file.
+# tarvix::tarvixsdk, and tarvix::virtual when the virtual adapter was built) and a pkg-config
+# file. The virtual adapter installs its own files (virtual/CMakeLists.txt).
 include(CMakePackageConfigHelpers)
 
 install(TARGETS tarvixsdk EXPORT tarvixsdkTargets
@@ -22,8 +23,7 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/tarvixsdkConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tarvixsdk)
 
-configure_file(cmake/tarvixsdk.pc.in ${CMAKE_CURRENT_BINARY_DIR}/tarvixsdk.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tarvixsdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+tarvix_install_pkgconfig(tarvixsdk "${PROJECT_DESCRIPTION}")
 
 # The udev rule that lets users other than root open the adapters (see README, "Permissions on
 # Linux"). udev reads /usr/lib/udev/rules.d and /etc/udev/rules.d, not /usr/local: packagers

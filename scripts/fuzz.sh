@@ -61,8 +61,15 @@ fi
 
 # --- build
 echo "== building tests/fuzz into build-fuzz"
-CXX=clang++ cmake -S tests/fuzz -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build-fuzz -j"$jobs" -- --no-print-directory | grep -E 'error|warning|Linking' || true
+CXX=clang++ cmake -S tests/fuzz -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARVIX_WERROR=ON \
+  >/dev/null
+# A failed build must fail the run, even with harnesses left over from an earlier build.
+if ! cmake --build build-fuzz -j"$jobs" -- --no-print-directory >build-fuzz/build.log 2>&1; then
+  grep -E 'error|warning' build-fuzz/build.log | head -n 40 >&2 || tail -n 40 build-fuzz/build.log >&2
+  echo "== the fuzz harnesses did not build (build-fuzz/build.log)" >&2
+  exit 1
+fi
+grep -E 'warning|Linking' build-fuzz/build.log || true
 for harness in $harnesses; do
   [ -x "build-fuzz/$harness" ] || { echo "build-fuzz/$harness was not built" >&2; exit 1; }
 done

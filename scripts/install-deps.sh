@@ -2,7 +2,7 @@
 # Installs the Debian packages tarvixsdk needs to build, test and benchmark, if any is missing.
 set -euo pipefail
 
-packages=(build-essential cmake pkg-config libhidapi-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils libcli11-dev nlohmann-json3-dev)
+packages=(build-essential cmake pkg-config libhidapi-dev googletest libgtest-dev libgmock-dev libbenchmark-dev binutils libcli11-dev nlohmann-json3-dev clang-format doxygen python3 python3-pytest python3-venv qemu-system-x86 busybox-static cpio)
 
 missing=()
 for pkg in "${packages[@]}"; do
