@@ -43,9 +43,9 @@ struct Settings {
 struct Tally {
     std::size_t calls = 0;
     std::size_t answered = 0;
-    std::size_t timedOut = 0;   // the answer was due near or after the timeout: expected
-    std::size_t lost = 0;       // NO_RESPONSE although the answer was due within half the timeout
-    std::size_t wrong = 0;      // an answer that is not this call's
+    std::size_t timedOut = 0; // the answer was due near or after the timeout: expected
+    std::size_t lost = 0;     // NO_RESPONSE although the answer was due within half the timeout
+    std::size_t wrong = 0;    // an answer that is not this call's
     std::size_t otherStatus = 0;
 
     void add(const Tally& other)
@@ -105,7 +105,8 @@ void installResponders(tv::VirtualAdapter& adapter)
     });
     adapter.setResponder(0x0409, [](const Bytes& r) { // rails: the shared rail is the transaction id
         const std::uint16_t id = tv::transactionIdOf(r);
-        return std::vector<Bytes>{answerFor(r, 0x0409, {static_cast<std::uint8_t>(id), static_cast<std::uint8_t>(id >> 8), 0, 0, 0, 0})};
+        return std::vector<Bytes>{
+            answerFor(r, 0x0409, {static_cast<std::uint8_t>(id), static_cast<std::uint8_t>(id >> 8), 0, 0, 0, 0})};
     });
     adapter.setResponder(0x0905, [](const Bytes& r) { // I2C read: every byte is the register's low byte
         const std::size_t length = r.size() > 6 ? static_cast<std::size_t>(r[5] | (r[6] << 8)) : 0;
@@ -140,17 +141,18 @@ Tally drive(tv::VirtualAdapter adapter, std::size_t calls, const Settings& setti
     // leave in request order, so the ones behind a late answer are late too; what the adapter
     // decided is kept per transaction id.
     auto lastDue = std::make_shared<Clock::time_point>();
-    adapter.setResponseLatency([&due, lastDue, &settings, timeout, generator = std::mt19937(seed)](const Bytes& request) mutable {
-        const bool late = std::uniform_real_distribution<double>(0, 100)(generator) < settings.latePercent;
-        const auto latency = late ? std::chrono::duration_cast<std::chrono::microseconds>(
-                                        timeout * std::uniform_real_distribution<double>(0.5, 1.5)(generator))
-                                  : std::chrono::microseconds(0);
-        const Clock::time_point now = Clock::now();
-        const Clock::time_point ready = std::max(now + latency, *lastDue);
-        *lastDue = ready;
-        due.set(tv::transactionIdOf(request), ready - now);
-        return latency;
-    });
+    adapter.setResponseLatency(
+        [&due, lastDue, &settings, timeout, generator = std::mt19937(seed)](const Bytes& request) mutable {
+            const bool late = std::uniform_real_distribution<double>(0, 100)(generator) < settings.latePercent;
+            const auto latency = late ? std::chrono::duration_cast<std::chrono::microseconds>(
+                                            timeout * std::uniform_real_distribution<double>(0.5, 1.5)(generator))
+                                      : std::chrono::microseconds(0);
+            const Clock::time_point now = Clock::now();
+            const Clock::time_point ready = std::max(now + latency, *lastDue);
+            *lastDue = ready;
+            due.set(tv::transactionIdOf(request), ready - now);
+            return latency;
+        });
 
     SessionOptions options{};
     options.matchResponses = true;
@@ -222,9 +224,7 @@ Tally drive(tv::VirtualAdapter adapter, std::size_t calls, const Settings& setti
             right = pid == Bytes(6, target);
             break;
         }
-        default:
-            status = sdk.uartSendMessage(Bytes(1 + generator() % 32, 0x55));
-            break;
+        default: status = sdk.uartSendMessage(Bytes(1 + generator() % 32, 0x55)); break;
         }
         ++tally.calls;
         if (status == StatusCode::SUCCESS) {
@@ -322,7 +322,9 @@ int main(int argc, char** argv)
         const Clock::time_point start = Clock::now();
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t share = settings.calls / count + (i < settings.calls % count ? 1 : 0);
-            stations.emplace_back([&, i, share] { tallies[i] = drive(adapters[i], share, settings, settings.seed + 17 * static_cast<unsigned>(i)); });
+            stations.emplace_back([&, i, share] {
+                tallies[i] = drive(adapters[i], share, settings, settings.seed + 17 * static_cast<unsigned>(i));
+            });
         }
         for (std::thread& station : stations) {
             station.join();

@@ -59,12 +59,13 @@ static int watch(TarvixSDK_Handle* sdk, struct Interrupts* interrupts)
 {
     /* GPIO 0 starts low, so arming GPIO 1 sees no edge. */
     if (!succeeded("setting the supply rail", TarvixSDK_GpioSetVoltage(sdk, 3300, false)) ||
-        !succeeded("configuring GPIO 0", TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_0,
-                                                                     GpioFunctionality_DIGITAL_OUTPUT, true,
-                                                                     GpioLogicLevel_LOW)) ||
+        !succeeded("configuring GPIO 0",
+                   TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_0, GpioFunctionality_DIGITAL_OUTPUT, true,
+                                              GpioLogicLevel_LOW)) ||
         !succeeded("configuring GPIO 1", TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_1,
-                                                                     GpioFunctionality_DIGITAL_INTERRUPT, false, 0)) ||
-        !succeeded("arming GPIO 1", TarvixSDK_GpioConfigureInterrupt(sdk, GpioPinNumber_GPIO_1, GpioTriggerType_BOTH_EDGES))) {
+                                                                    GpioFunctionality_DIGITAL_INTERRUPT, false, 0)) ||
+        !succeeded("arming GPIO 1",
+                   TarvixSDK_GpioConfigureInterrupt(sdk, GpioPinNumber_GPIO_1, GpioTriggerType_BOTH_EDGES))) {
         return 1;
     }
 

@@ -25,9 +25,9 @@ static int assignAddresses(TarvixSDK_Handle* sdk)
     I3cTargetInfo table[32];
     uint8_t count = 0;
     if (!succeeded("setting the I3C rail", TarvixSDK_I3cSetBusVoltage(sdk, 1800)) ||
-        !succeeded("I3C controller init",
-                   TarvixSDK_I3cControllerInit(sdk, I3cPushPullRate_RATE_12_5_MHZ, I3cOpenDrainTransferRate_RATE_2_5_MHZ,
-                                               I2cTransferRate_RATE_400_KHZ, I3cDriveStrength_NORMAL)) ||
+        !succeeded("I3C controller init", TarvixSDK_I3cControllerInit(
+                                              sdk, I3cPushPullRate_RATE_12_5_MHZ, I3cOpenDrainTransferRate_RATE_2_5_MHZ,
+                                              I2cTransferRate_RATE_400_KHZ, I3cDriveStrength_NORMAL)) ||
         !succeeded("I3C bus init", TarvixSDK_I3cInitBus(sdk, NULL, 0)) ||
         !succeeded("RSTDAA", TarvixSDK_I3cCccRSTDAA(sdk)) || !succeeded("ENTDAA", TarvixSDK_I3cCccENTDAA(sdk)) ||
         !succeeded("reading the target table",

@@ -26,8 +26,9 @@ static int readId(TarvixSDK_Handle* sdk)
     const uint8_t command = READ_JEDEC_ID;
     uint8_t miso[4] = {0};
     if (!succeeded("setting the supply rail", TarvixSDK_SpiSetBusVoltage(sdk, 3300, false)) ||
-        !succeeded("SPI init", TarvixSDK_SpiControllerInit(sdk, SpiBitOrder_MSB_FIRST, SpiMode_MODE_0, SpiDataWidth_BITS_8,
-                                                          SpiChipSelect_CS_0, SpiChipSelectPolarity_ACTIVE_LOW, 1000000)) ||
+        !succeeded("SPI init",
+                   TarvixSDK_SpiControllerInit(sdk, SpiBitOrder_MSB_FIRST, SpiMode_MODE_0, SpiDataWidth_BITS_8,
+                                               SpiChipSelect_CS_0, SpiChipSelectPolarity_ACTIVE_LOW, 1000000)) ||
         !succeeded("reading the JEDEC ID", TarvixSDK_SpiTransfer(sdk, &command, 1, miso, sizeof miso))) {
         return 1;
     }

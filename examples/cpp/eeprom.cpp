@@ -62,8 +62,8 @@ int main(int argc, char** argv)
     }
     // The part programs the page after the STOP and ignores its bus meanwhile (at most 5 ms).
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    if (!succeeded("EEPROM read", sdk.i2cRead(0, kEeprom, {kOffset}, static_cast<std::uint16_t>(written.size()), read,
-                                              false))) {
+    if (!succeeded("EEPROM read",
+                   sdk.i2cRead(0, kEeprom, {kOffset}, static_cast<std::uint16_t>(written.size()), read, false))) {
         return 1;
     }
 

@@ -61,9 +61,10 @@ int main(int argc, char** argv)
     // GPIO 0 starts low, so arming GPIO 1 sees no edge.
     if (!succeeded("setting the supply rail", sdk.gpioSetVoltage(3300, false)) ||
         !succeeded("configuring GPIO 0", sdk.gpioConfigurePin(GpioPinNumber::GPIO_0, GpioFunctionality::DIGITAL_OUTPUT,
-                                                               GpioLogicLevel::LOW)) ||
-        !succeeded("configuring GPIO 1", sdk.gpioConfigurePin(GpioPinNumber::GPIO_1,
-                                                               GpioFunctionality::DIGITAL_INTERRUPT, GpioLogicLevel::LOW)) ||
+                                                              GpioLogicLevel::LOW)) ||
+        !succeeded(
+            "configuring GPIO 1",
+            sdk.gpioConfigurePin(GpioPinNumber::GPIO_1, GpioFunctionality::DIGITAL_INTERRUPT, GpioLogicLevel::LOW)) ||
         !succeeded("arming GPIO 1", sdk.gpioConfigureInterrupt(GpioPinNumber::GPIO_1, GpioTriggerType::BOTH_EDGES))) {
         return 1;
     }
@@ -78,7 +79,8 @@ int main(int argc, char** argv)
             return 1;
         }
         std::unique_lock<std::mutex> lock(interrupts.mutex);
-        if (!interrupts.arrived.wait_for(lock, std::chrono::seconds(1), [&] { return interrupts.pins.size() > seen; })) {
+        if (!interrupts.arrived.wait_for(lock, std::chrono::seconds(1),
+                                         [&] { return interrupts.pins.size() > seen; })) {
             std::printf("GPIO 0 %-4s -> no interrupt within one second (is GPIO 0 wired to GPIO 1?)\n", name);
             missed = true;
             continue;

@@ -43,11 +43,12 @@ int main(int argc, char** argv)
     // targets addressed earlier take part again.
     std::vector<I3cTargetInfo> table;
     if (!succeeded("setting the I3C rail", sdk.i3cSetBusVoltage(1800)) ||
-        !succeeded("I3C controller init", sdk.i3cControllerInit(I3cPushPullRate::RATE_12_5_MHZ,
-                                                                I3cOpenDrainTransferRate::RATE_2_5_MHZ,
-                                                                I2cTransferRate::RATE_400_KHZ, I3cDriveStrength::NORMAL)) ||
+        !succeeded("I3C controller init",
+                   sdk.i3cControllerInit(I3cPushPullRate::RATE_12_5_MHZ, I3cOpenDrainTransferRate::RATE_2_5_MHZ,
+                                         I2cTransferRate::RATE_400_KHZ, I3cDriveStrength::NORMAL)) ||
         !succeeded("I3C bus init", sdk.i3cInitBus({})) || !succeeded("RSTDAA", sdk.i3cCccRSTDAA()) ||
-        !succeeded("ENTDAA", sdk.i3cCccENTDAA()) || !succeeded("reading the target table", sdk.i3cGetDeviceTable(table))) {
+        !succeeded("ENTDAA", sdk.i3cCccENTDAA()) ||
+        !succeeded("reading the target table", sdk.i3cGetDeviceTable(table))) {
         return 1;
     }
 

@@ -44,8 +44,9 @@ int main(int argc, char** argv)
     // other three.
     std::vector<std::uint8_t> miso;
     if (!succeeded("setting the supply rail", sdk.spiSetBusVoltage(3300, false)) ||
-        !succeeded("SPI init", sdk.spiControllerInit(SpiBitOrder::MSB_FIRST, SpiMode::MODE_0, SpiDataWidth::BITS_8,
-                                                     SpiChipSelect::CS_0, SpiChipSelectPolarity::ACTIVE_LOW, 1000000)) ||
+        !succeeded("SPI init",
+                   sdk.spiControllerInit(SpiBitOrder::MSB_FIRST, SpiMode::MODE_0, SpiDataWidth::BITS_8,
+                                         SpiChipSelect::CS_0, SpiChipSelectPolarity::ACTIVE_LOW, 1000000)) ||
         !succeeded("reading the JEDEC ID", sdk.spiTransfer({kReadJedecId}, miso, 4))) {
         return 1;
     }
@@ -54,8 +55,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "spi_flash_id: no flash answered on chip select 0\n");
         return 1;
     }
-    std::printf("JEDEC ID: %02X %02X %02X (manufacturer 0x%02X, memory type 0x%02X", miso[1], miso[2], miso[3],
-                miso[1], miso[2]);
+    std::printf("JEDEC ID: %02X %02X %02X (manufacturer 0x%02X, memory type 0x%02X", miso[1], miso[2], miso[3], miso[1],
+                miso[2]);
     // Most vendors code the capacity as its base-2 logarithm in bytes.
     if (miso[3] >= 10 && miso[3] < 32) {
         std::printf(", %lu KiB", 1UL << (miso[3] - 10));

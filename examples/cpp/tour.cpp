@@ -63,15 +63,18 @@ int main(int argc, char** argv)
 
     // Supply rail shared by I2C, SPI, UART and GPIO.
     std::uint16_t millivolts = 0;
-    if (!check("set rail", sdk.i2cSetBusVoltage(3300, false)) || !check("read rail", sdk.i2cGetBusVoltage(millivolts))) {
+    if (!check("set rail", sdk.i2cSetBusVoltage(3300, false)) ||
+        !check("read rail", sdk.i2cGetBusVoltage(millivolts))) {
         return 1;
     }
     std::printf("rail:        %u mV\n", static_cast<unsigned>(millivolts));
 
     // GPIO: drive pin 0, read it on pin 1, and count the rising-edge interrupt.
     GpioLogicLevel level = GpioLogicLevel::LOW;
-    if (!check("configure GPIO 0", sdk.gpioConfigurePin(GpioPinNumber::GPIO_0, GpioFunctionality::DIGITAL_OUTPUT, GpioLogicLevel::LOW)) ||
-        !check("configure GPIO 1", sdk.gpioConfigurePin(GpioPinNumber::GPIO_1, GpioFunctionality::DIGITAL_INTERRUPT, GpioLogicLevel::LOW)) ||
+    if (!check("configure GPIO 0",
+               sdk.gpioConfigurePin(GpioPinNumber::GPIO_0, GpioFunctionality::DIGITAL_OUTPUT, GpioLogicLevel::LOW)) ||
+        !check("configure GPIO 1", sdk.gpioConfigurePin(GpioPinNumber::GPIO_1, GpioFunctionality::DIGITAL_INTERRUPT,
+                                                        GpioLogicLevel::LOW)) ||
         !check("arm GPIO 1", sdk.gpioConfigureInterrupt(GpioPinNumber::GPIO_1, GpioTriggerType::RISING_EDGE)) ||
         !check("write GPIO 0", sdk.gpioDigitalWrite(GpioPinNumber::GPIO_0, GpioLogicLevel::HIGH)) ||
         !check("read GPIO 1", sdk.gpioDigitalRead(GpioPinNumber::GPIO_1, level))) {

@@ -19,7 +19,9 @@ struct BusOptions {
 
 void addBusOptions(CLI::App* command, BusOptions& options)
 {
-    command->add_option("--bus", options.bus, "I2C port of the adapter")->capture_default_str()->check(CLI::Range(0, 1));
+    command->add_option("--bus", options.bus, "I2C port of the adapter")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1));
     command->add_option("--frequency", options.frequency, "Clock, in Hz")->capture_default_str();
     command->add_flag("-y,--yes", options.yes, "Accepted for i2c-tools habits; tarvix never asks");
 }
@@ -189,7 +191,9 @@ void dump(Context& context, const BusOptions& bus, const std::string& addressTex
                 const std::uint8_t byte = data[i];
                 std::snprintf(cell, sizeof cell, "%02x ", byte);
                 line += cell;
-                text.push_back(byte == 0x00 || byte == 0xFF ? '.' : (byte < 32 || byte >= 127) ? '?' : static_cast<char>(byte));
+                text.push_back(byte == 0x00 || byte == 0xFF ? '.'
+                               : (byte < 32 || byte >= 127) ? '?'
+                                                            : static_cast<char>(byte));
             } else {
                 line += "XX ";
                 text.push_back('X');
@@ -304,7 +308,8 @@ void transfer(Context& context, const BusOptions& bus, const std::vector<std::st
     const std::vector<Message> messages = parseMessages(words);
     const std::string reason = unsupportedReason(messages);
     if (!reason.empty()) {
-        usageError("the adapter cannot run " + reason + " in one transfer: it runs a write, a read, or a write of at "
+        usageError("the adapter cannot run " + reason +
+                   " in one transfer: it runs a write, a read, or a write of at "
                    "most 4 bytes followed by a read from the same address");
     }
     openBus(context, bus);
@@ -359,9 +364,8 @@ void addI2cCommands(CLI::App& app, Context& context)
 
     auto dumpBus = std::make_shared<BusOptions>();
     auto dumpAddress = std::make_shared<std::string>();
-    CLI::App* dumpCommand =
-        addCommand(*i2c, context, "dump", "Show registers 0x00..0xff as hex and text, as i2cdump",
-                   [&context, dumpBus, dumpAddress] { dump(context, *dumpBus, *dumpAddress); });
+    CLI::App* dumpCommand = addCommand(*i2c, context, "dump", "Show registers 0x00..0xff as hex and text, as i2cdump",
+                                       [&context, dumpBus, dumpAddress] { dump(context, *dumpBus, *dumpAddress); });
     addBusOptions(dumpCommand, *dumpBus);
     dumpCommand->add_option("ADDR", *dumpAddress, "7-bit target address")->required();
 

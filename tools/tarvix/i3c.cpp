@@ -18,9 +18,12 @@ std::string bcrText(std::uint8_t raw)
     static const char* roles[] = {"target", "controller-capable", "role-2", "role-3"};
     std::string text = roles[static_cast<int>(bcr.deviceRole())];
     const std::pair<bool, const char*> flags[] = {
-        {bcr.maxDataSpeedLimitation(), "speed-limit"}, {bcr.ibiRequestCapable(), "ibi"},
-        {bcr.ibiPayload(), "ibi-payload"},            {bcr.offlineCapable(), "offline"},
-        {bcr.virtualTargetSupport(), "virtual"},      {bcr.advancedCapabilities(), "caps"},
+        {bcr.maxDataSpeedLimitation(), "speed-limit"},
+        {bcr.ibiRequestCapable(), "ibi"},
+        {bcr.ibiPayload(), "ibi-payload"},
+        {bcr.offlineCapable(), "offline"},
+        {bcr.virtualTargetSupport(), "virtual"},
+        {bcr.advancedCapabilities(), "caps"},
     };
     for (const auto& flag : flags) {
         if (flag.first) {
@@ -48,12 +51,11 @@ std::string pidText(const I3cPid& pid)
 {
     char text[96];
     if (pid.randomValue()) {
-        std::snprintf(text, sizeof text, "%012llx (mfr 0x%04x, random 0x%08x)", static_cast<unsigned long long>(pid.value),
-                      pid.manufacturerId(), pid.low32());
+        std::snprintf(text, sizeof text, "%012llx (mfr 0x%04x, random 0x%08x)",
+                      static_cast<unsigned long long>(pid.value), pid.manufacturerId(), pid.low32());
     } else {
         std::snprintf(text, sizeof text, "%012llx (mfr 0x%04x, part 0x%04x, instance %u)",
-                      static_cast<unsigned long long>(pid.value), pid.manufacturerId(), pid.partId(),
-                      pid.instanceId());
+                      static_cast<unsigned long long>(pid.value), pid.manufacturerId(), pid.partId(), pid.instanceId());
     }
     return text;
 }
@@ -111,7 +113,11 @@ void daa(Context& context)
 
 // The named CCCs, one row each: how they are addressed, how many numeric arguments follow, and
 // the call. Broadcast rows go to 0x7E; "either" rows are direct when an address is given.
-enum class Addressing { BROADCAST, DIRECT, EITHER };
+enum class Addressing {
+    BROADCAST,
+    DIRECT,
+    EITHER
+};
 
 struct CccCall {
     std::optional<std::uint8_t> address;
@@ -128,8 +134,14 @@ struct CccRow {
     StatusCode (*run)(TarvixSDK&, const CccCall&, Json&);
 };
 
-std::uint8_t u8(std::uint32_t value) { return static_cast<std::uint8_t>(value); }
-std::uint16_t u16(std::uint32_t value) { return static_cast<std::uint16_t>(value); }
+std::uint8_t u8(std::uint32_t value)
+{
+    return static_cast<std::uint8_t>(value);
+}
+std::uint16_t u16(std::uint32_t value)
+{
+    return static_cast<std::uint16_t>(value);
+}
 std::optional<std::uint8_t> optionalArg(const CccCall& call)
 {
     return call.args.empty() ? std::nullopt : std::optional<std::uint8_t>(u8(call.args[0]));
@@ -142,8 +154,10 @@ StatusCode readBytes(StatusCode status, const Bytes& data, Json& out)
 }
 
 const CccRow kCccs[] = {
-    {"ENTDAA", Addressing::BROADCAST, 0, 0, 0, "", [](TarvixSDK& s, const CccCall&, Json&) { return s.i3cCccENTDAA(); }},
-    {"RSTDAA", Addressing::BROADCAST, 0, 0, 0, "", [](TarvixSDK& s, const CccCall&, Json&) { return s.i3cCccRSTDAA(); }},
+    {"ENTDAA", Addressing::BROADCAST, 0, 0, 0, "",
+     [](TarvixSDK& s, const CccCall&, Json&) { return s.i3cCccENTDAA(); }},
+    {"RSTDAA", Addressing::BROADCAST, 0, 0, 0, "",
+     [](TarvixSDK& s, const CccCall&, Json&) { return s.i3cCccRSTDAA(); }},
     {"SETDASA", Addressing::DIRECT, 1, 1, 0x7F, "DYNAMIC (the target's STATIC address comes first)",
      [](TarvixSDK& s, const CccCall& c, Json&) { return s.i3cCccSETDASA(*c.address, u8(c.args[0])); }},
     {"SETNEWDA", Addressing::DIRECT, 1, 1, 0x7F, "NEW_DYNAMIC",
@@ -275,8 +289,8 @@ void ccc(Context& context, std::string name, const std::vector<std::string>& wor
     const std::string usage = usageOf(*row);
     CccCall call;
     std::size_t first = 0;
-    const bool direct = row->addressing == Addressing::DIRECT ||
-                        (row->addressing == Addressing::EITHER && words.size() > row->maxArgs);
+    const bool direct =
+        row->addressing == Addressing::DIRECT || (row->addressing == Addressing::EITHER && words.size() > row->maxArgs);
     if (direct) {
         if (words.empty()) {
             usageError("usage: i3c ccc " + usage);

@@ -15,11 +15,11 @@
 #include "commands.hpp"
 
 #if defined(__SANITIZE_ADDRESS__)
-#  define TARVIX_TOOL_ASAN 1
+#define TARVIX_TOOL_ASAN 1
 #elif defined(__has_feature)
-#  if __has_feature(address_sanitizer)
-#    define TARVIX_TOOL_ASAN 1
-#  endif
+#if __has_feature(address_sanitizer)
+#define TARVIX_TOOL_ASAN 1
+#endif
 #endif
 
 namespace tarvix_tool {
@@ -141,8 +141,8 @@ int run(int argc, char** argv)
     GlobalOptions& options = context.options;
     CLI::Option* serial = app.add_option("--serial", options.serial, "Use the adapter with this USB serial number");
     CLI::Option* path = app.add_option("--path", options.path, "Use the adapter at this HID path (see 'tarvix list')");
-    CLI::Option* adapter = app.add_option(
-        "--adapter", options.adapter, "Use this adapter: serial:S, path:P or an index into 'tarvix list'");
+    CLI::Option* adapter = app.add_option("--adapter", options.adapter,
+                                          "Use this adapter: serial:S, path:P or an index into 'tarvix list'");
     serial->excludes(path, adapter);
     path->excludes(adapter);
     app.add_option("--timeout", options.timeoutMs, "How long to wait for each answer, in ms (-1: for ever)")
@@ -150,8 +150,9 @@ int run(int argc, char** argv)
         ->check(CLI::Range(-1, 3600 * 1000));
     app.add_flag("--json", options.json, "Print exactly one JSON document on stdout, errors included");
     app.add_flag("--trace", options.trace, "Print every frame sent and received on stderr");
-    app.add_flag("--virtual", options.useVirtual,
-                 "Run against the virtual adapter (libtarvix-virtual.so; TARVIX_VIRTUAL_ADAPTERS defaults to TVX-0001)");
+    app.add_flag(
+        "--virtual", options.useVirtual,
+        "Run against the virtual adapter (libtarvix-virtual.so; TARVIX_VIRTUAL_ADAPTERS defaults to TVX-0001)");
 
     addAdapterCommands(app, context);
     addI2cCommands(app, context);

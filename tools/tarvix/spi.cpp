@@ -23,14 +23,13 @@ void xfer(Context& context, const XferOptions& options)
         usageError("at most 65535 bytes per transfer");
     }
     TarvixSDK& sdk = context.sdk();
-    context.check(sdk.spiControllerInit(options.lsbFirst ? SpiBitOrder::LSB_FIRST : SpiBitOrder::MSB_FIRST,
-                                        static_cast<SpiMode>(options.mode), static_cast<SpiDataWidth>(options.bits),
-                                        static_cast<SpiChipSelect>(options.chipSelect),
-                                        options.csHigh ? SpiChipSelectPolarity::ACTIVE_HIGH
-                                                       : SpiChipSelectPolarity::ACTIVE_LOW,
-                                        options.frequency),
-                  "setting up SPI (mode " + std::to_string(options.mode) + ", " + std::to_string(options.frequency) +
-                      " Hz, CS" + std::to_string(options.chipSelect) + ")");
+    context.check(
+        sdk.spiControllerInit(
+            options.lsbFirst ? SpiBitOrder::LSB_FIRST : SpiBitOrder::MSB_FIRST, static_cast<SpiMode>(options.mode),
+            static_cast<SpiDataWidth>(options.bits), static_cast<SpiChipSelect>(options.chipSelect),
+            options.csHigh ? SpiChipSelectPolarity::ACTIVE_HIGH : SpiChipSelectPolarity::ACTIVE_LOW, options.frequency),
+        "setting up SPI (mode " + std::to_string(options.mode) + ", " + std::to_string(options.frequency) + " Hz, CS" +
+            std::to_string(options.chipSelect) + ")");
     Bytes rx;
     context.check(sdk.spiTransfer(tx, rx, static_cast<std::uint16_t>(clocked)), "SPI transfer");
     // What went out on MOSI: the data, then zeros up to the length clocked.
@@ -53,19 +52,22 @@ void addSpiCommands(CLI::App& app, Context& context)
     CLI::App* spi = app.add_subcommand("spi", "SPI controller: full-duplex transfers");
     spi->require_subcommand(1);
     auto options = std::make_shared<XferOptions>();
-    CLI::App* command = addCommand(*spi, context, "xfer",
-                                   "Send HEX bytes and show what came back, as spidev_test (tarvix spi xfer 9f --length 4)",
-                                   [&context, options] { xfer(context, *options); });
+    CLI::App* command = addCommand(
+        *spi, context, "xfer", "Send HEX bytes and show what came back, as spidev_test (tarvix spi xfer 9f --length 4)",
+        [&context, options] { xfer(context, *options); });
     command->add_option("HEX", options->data, "Bytes to send, in hex: 9f 00 00 or 9f0000 or 0x9f");
     command->add_option("-l,--length", options->length, "Clock N bytes in all (zeros follow the data)")
         ->check(CLI::Range(0, 65535));
-    command->add_option("-m,--mode", options->mode, "SPI mode (CPOL*2 + CPHA)")->capture_default_str()->check(
-        CLI::Range(0, 3));
+    command->add_option("-m,--mode", options->mode, "SPI mode (CPOL*2 + CPHA)")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 3));
     command->add_option("-s,--speed,--frequency", options->frequency, "Clock, in Hz")->capture_default_str();
-    command->add_option("-c,--cs", options->chipSelect, "Chip select line")->capture_default_str()->check(
-        CLI::Range(0, 3));
-    command->add_option("-b,--bits", options->bits, "Bits per word")->capture_default_str()->check(
-        CLI::IsMember({8, 16}));
+    command->add_option("-c,--cs", options->chipSelect, "Chip select line")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 3));
+    command->add_option("-b,--bits", options->bits, "Bits per word")
+        ->capture_default_str()
+        ->check(CLI::IsMember({8, 16}));
     command->add_flag("-H,--cs-high", options->csHigh, "Chip select active high");
     command->add_flag("-L,--lsb", options->lsbFirst, "Least significant bit first");
 }

@@ -338,7 +338,8 @@ std::optional<Listener::Event> Listener::next(std::optional<std::chrono::steady_
         }
         int waitMs = 250;
         if (deadline) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
             if (left.count() <= 0) {
                 return std::nullopt;
             }
@@ -347,8 +348,7 @@ std::optional<Listener::Event> Listener::next(std::optional<std::chrono::steady_
         pollfd wait{state_->fds[0], POLLIN, 0};
         if (poll(&wait, 1, waitMs) > 0) {
             char drain[64];
-            while (read(state_->fds[0], drain, sizeof drain) > 0) {
-            }
+            while (read(state_->fds[0], drain, sizeof drain) > 0) {}
         }
     }
 }

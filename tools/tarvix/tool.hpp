@@ -33,7 +33,8 @@ enum ExitCode : int {
 /** A failure that ends the command: its exit code, a short upper-case name and a sentence. */
 struct ToolError : std::runtime_error {
     ToolError(int code, std::string shortName, const std::string& message)
-        : std::runtime_error(message), exitCode(code), name(std::move(shortName)) {}
+        : std::runtime_error(message), exitCode(code), name(std::move(shortName))
+    {}
     int exitCode;
     std::string name;
 };
@@ -128,8 +129,8 @@ class Listener {
 public:
     struct Event {
         NotificationKind kind = NotificationKind::UNKNOWN;
-        std::uint8_t pin = 0;              // GPIO interrupt
-        Bytes data;                        // UART bytes
+        std::uint8_t pin = 0; // GPIO interrupt
+        Bytes data;           // UART bytes
         std::chrono::system_clock::time_point at;
     };
     /** Installs itself as the context's notification handler (before connecting). */

@@ -8,8 +8,8 @@ namespace tarvix_tool {
 namespace {
 
 // The adapter takes a rate as its index in this list.
-constexpr std::uint32_t kBaudRates[] = {600,   1200,   2400,   4800,   9600,   14400,  19200,  38400,
-                                        56000, 57600,  115200, 230400, 460800, 921600, 1000000};
+constexpr std::uint32_t kBaudRates[] = {600,   1200,  2400,   4800,   9600,   14400,  19200,  38400,
+                                        56000, 57600, 115200, 230400, 460800, 921600, 1000000};
 
 struct PortOptions {
     std::uint32_t baud = 115200;
@@ -117,12 +117,12 @@ void addUartCommands(CLI::App& app, Context& context)
     uart->require_subcommand(1);
 
     auto sendOptions = std::make_shared<SendOptions>();
-    CLI::App* sendCommand = addCommand(*uart, context, "send", "Send TEXT (or --hex bytes) on TX",
-                                       [&context, sendOptions] {
-                                           const Bytes message = messageOf(sendOptions->text, sendOptions->hex, true);
-                                           openPort(context, sendOptions->port);
-                                           send(context, message);
-                                       });
+    CLI::App* sendCommand =
+        addCommand(*uart, context, "send", "Send TEXT (or --hex bytes) on TX", [&context, sendOptions] {
+            const Bytes message = messageOf(sendOptions->text, sendOptions->hex, true);
+            openPort(context, sendOptions->port);
+            send(context, message);
+        });
     addPortOptions(sendCommand, sendOptions->port);
     sendCommand->add_option("TEXT", sendOptions->text, "Text to send, as it is (no newline added)");
     sendCommand->add_option("--hex", sendOptions->hex, "Bytes to send, in hex (68 69 0a)");

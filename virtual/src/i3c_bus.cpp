@@ -18,7 +18,8 @@ using detail::I3cTarget;
 
 namespace {
 
-I3cTarget* findByPid(I3cState& bus, std::uint64_t pid) {
+I3cTarget* findByPid(I3cState& bus, std::uint64_t pid)
+{
     const auto it = std::find_if(bus.targets.begin(), bus.targets.end(),
                                  [&](const I3cTarget& t) { return t.config.pid == (pid & 0xFFFF'FFFF'FFFFull); });
     return it == bus.targets.end() ? nullptr : &*it;
@@ -27,18 +28,20 @@ I3cTarget* findByPid(I3cState& bus, std::uint64_t pid) {
 constexpr std::uint8_t kBcrIbiCapable = 0x02;
 constexpr std::uint8_t kBcrIbiPayload = 0x04;
 
-}  // namespace
+} // namespace
 
 I3cBus::I3cBus(VirtualAdapter adapter) : adapter_(std::move(adapter)) {}
 
-void I3cBus::attachTarget(const I3cTargetConfig& config) {
+void I3cBus::attachTarget(const I3cTargetConfig& config)
+{
     adapter_.impl().core.withFirmware([&](FirmwareState& state) {
         detail::checkI3cAttach(state.i3c, config);
         state.i3c.targets.push_back(detail::makeI3cTarget(config));
     });
 }
 
-void I3cBus::attachLegacyTarget(std::uint8_t address, Bytes memory) {
+void I3cBus::attachLegacyTarget(std::uint8_t address, Bytes memory)
+{
     adapter_.impl().core.withFirmware([&](FirmwareState& state) {
         I3cState& bus = state.i3c;
         const bool taken = std::any_of(bus.targets.begin(), bus.targets.end(), [&](const I3cTarget& t) {
@@ -50,7 +53,8 @@ void I3cBus::attachLegacyTarget(std::uint8_t address, Bytes memory) {
     });
 }
 
-void I3cBus::clear() {
+void I3cBus::clear()
+{
     adapter_.impl().core.withFirmware([](FirmwareState& state) {
         auto settings = state.i3c.controllerSettings;
         state.i3c = I3cState{};
@@ -58,25 +62,33 @@ void I3cBus::clear() {
     });
 }
 
-std::optional<I3cTargetState> I3cBus::target(std::uint64_t pid) const {
+std::optional<I3cTargetState> I3cBus::target(std::uint64_t pid) const
+{
     return adapter_.impl().core.withFirmware([&](FirmwareState& state) -> std::optional<I3cTargetState> {
         const I3cTarget* t = findByPid(state.i3c, pid);
         if (!t) return std::nullopt;
-        return I3cTargetState{t->dynamicAddress, t->events, t->maxWriteLength, t->maxReadLength,
-                              t->maxIbiPayloadSize, t->resetAction,
-                              static_cast<std::uint8_t>(t->registerPointer & 0xFF), t->pendingIbis.size(),
+        return I3cTargetState{t->dynamicAddress,
+                              t->events,
+                              t->maxWriteLength,
+                              t->maxReadLength,
+                              t->maxIbiPayloadSize,
+                              t->resetAction,
+                              static_cast<std::uint8_t>(t->registerPointer & 0xFF),
+                              t->pendingIbis.size(),
                               t->memory};
     });
 }
 
-Bytes I3cBus::legacyMemory(std::uint8_t address) const {
+Bytes I3cBus::legacyMemory(std::uint8_t address) const
+{
     return adapter_.impl().core.withFirmware([&](FirmwareState& state) {
         const detail::I2cLegacyTarget* legacy = detail::findLegacy(state.i3c, address);
         return legacy ? legacy->memory : Bytes{};
     });
 }
 
-std::optional<Bytes> I3cBus::controllerSettings() const {
+std::optional<Bytes> I3cBus::controllerSettings() const
+{
     return adapter_.impl().core.withFirmware([](FirmwareState& state) -> std::optional<Bytes> {
         const auto& settings = state.i3c.controllerSettings;
         if (!settings) return std::nullopt;
@@ -84,11 +96,13 @@ std::optional<Bytes> I3cBus::controllerSettings() const {
     });
 }
 
-bool I3cBus::inHdrMode() const {
+bool I3cBus::inHdrMode() const
+{
     return adapter_.impl().core.withFirmware([](FirmwareState& state) { return state.i3c.inHdrMode; });
 }
 
-I3cEventResult I3cBus::raiseIbi(std::uint64_t pid, const Bytes& payload) {
+I3cEventResult I3cBus::raiseIbi(std::uint64_t pid, const Bytes& payload)
+{
     I3cEventResult result = I3cEventResult::REFUSED;
     adapter_.impl().core.withFirmwareRaising([&](FirmwareState& state, std::vector<Bytes>& raised) {
         I3cState& bus = state.i3c;
@@ -109,7 +123,8 @@ I3cEventResult I3cBus::raiseIbi(std::uint64_t pid, const Bytes& payload) {
     return result;
 }
 
-I3cEventResult I3cBus::hotJoin(const I3cTargetConfig& config, I3cHotJoinAddressing addressing) {
+I3cEventResult I3cBus::hotJoin(const I3cTargetConfig& config, I3cHotJoinAddressing addressing)
+{
     I3cEventResult result = I3cEventResult::QUEUED;
     adapter_.impl().core.withFirmwareRaising([&](FirmwareState& state, std::vector<Bytes>& raised) {
         I3cState& bus = state.i3c;
@@ -126,4 +141,4 @@ I3cEventResult I3cBus::hotJoin(const I3cTargetConfig& config, I3cHotJoinAddressi
     return result;
 }
 
-}  // namespace tarvix_virtual
+} // namespace tarvix_virtual

@@ -100,38 +100,38 @@ namespace tarvix_virtual {
 /// Statuses of the I3C commands, in bytes 4..5 of the answers (besides
 /// DeviceStatus::SUCCESS and DeviceStatus::INVALID_PARAMETER for a malformed frame).
 enum class I3cStatus : std::uint16_t {
-    NACK = 0x0100,              ///< no target acknowledged the address (absent, unaddressed, or wrong kind)
-    HDR_MODE_ACTIVE = 0x0101,   ///< the bus is in HDR mode; send the HDR exit pattern first
-    ADDRESS_REFUSED = 0x0102,   ///< SETDASA/SETAASA/SETNEWDA: the new address is 0, reserved or in use
-    UNSUPPORTED_CCC = 0x0103,   ///< the CCC code is not one the firmware knows
-    WRITE_TOO_LONG = 0x0104     ///< an SDR write longer than the target's maximum write length
+    NACK = 0x0100,            ///< no target acknowledged the address (absent, unaddressed, or wrong kind)
+    HDR_MODE_ACTIVE = 0x0101, ///< the bus is in HDR mode; send the HDR exit pattern first
+    ADDRESS_REFUSED = 0x0102, ///< SETDASA/SETAASA/SETNEWDA: the new address is 0, reserved or in use
+    UNSUPPORTED_CCC = 0x0103, ///< the CCC code is not one the firmware knows
+    WRITE_TOO_LONG = 0x0104   ///< an SDR write longer than the target's maximum write length
 };
 
 /// One I3C target to attach. The defaults describe a plain target with a
 /// 256-byte memory that can raise IBIs without payload.
 struct I3cTargetConfig {
-    std::optional<std::uint8_t> staticAddress;  ///< for SETDASA/SETAASA; none for ENTDAA-only targets
-    std::uint64_t pid = 0;                      ///< 48-bit Provisioned ID (bits above 47 are ignored); unique on the bus
-    std::uint8_t bcr = 0x02;                    ///< Bus Characteristics Register (bit 1: may raise IBIs)
-    std::uint8_t dcr = 0x00;                    ///< Device Characteristics Register
-    std::uint16_t maxWriteLength = 256;         ///< GETMWL until a SETMWL changes it
-    std::uint16_t maxReadLength = 256;          ///< GETMRL until a SETMRL changes it
+    std::optional<std::uint8_t> staticAddress; ///< for SETDASA/SETAASA; none for ENTDAA-only targets
+    std::uint64_t pid = 0;                     ///< 48-bit Provisioned ID (bits above 47 are ignored); unique on the bus
+    std::uint8_t bcr = 0x02;                   ///< Bus Characteristics Register (bit 1: may raise IBIs)
+    std::uint8_t dcr = 0x00;                   ///< Device Characteristics Register
+    std::uint16_t maxWriteLength = 256;        ///< GETMWL until a SETMWL changes it
+    std::uint16_t maxReadLength = 256;         ///< GETMRL until a SETMRL changes it
     /// Third byte of GETMRL, and the most IBI payload bytes delivered; none: GETMRL answers 2 bytes.
     std::optional<std::uint8_t> maxIbiPayloadSize;
-    Bytes maxDataSpeed;                         ///< GETMXDS answer (2 or 5 bytes); empty: GETMXDS is NACKed
-    Bytes capabilities{0x01};                   ///< GETCAPS answer; empty: GETCAPS is NACKed
-    std::uint16_t status = 0x0000;              ///< GETSTATUS word, sent most significant byte first
-    Bytes extendedTiming;                       ///< GETXTIME answer (4 bytes); empty: GETXTIME is NACKed
-    std::uint8_t resetTime = 0x01;              ///< answer of a direct RSTACT read
-    bool hdrDdr = true;                         ///< answers HDR-DDR transfers; false: NACKs them
-    Bytes memory = Bytes(256, 0);               ///< target of private transfers; empty: reads give 0 bytes
+    Bytes maxDataSpeed;            ///< GETMXDS answer (2 or 5 bytes); empty: GETMXDS is NACKed
+    Bytes capabilities{0x01};      ///< GETCAPS answer; empty: GETCAPS is NACKed
+    std::uint16_t status = 0x0000; ///< GETSTATUS word, sent most significant byte first
+    Bytes extendedTiming;          ///< GETXTIME answer (4 bytes); empty: GETXTIME is NACKed
+    std::uint8_t resetTime = 0x01; ///< answer of a direct RSTACT read
+    bool hdrDdr = true;            ///< answers HDR-DDR transfers; false: NACKs them
+    Bytes memory = Bytes(256, 0);  ///< target of private transfers; empty: reads give 0 bytes
 };
 
 /// What became of an event raised with I3cBus::raiseIbi() or I3cBus::hotJoin().
 enum class I3cEventResult : std::uint8_t {
-    DELIVERED = 0,  ///< the notification was sent now
-    QUEUED = 1,     ///< it is sent once the bus allows it (see the file comment)
-    REFUSED = 2     ///< it is never sent: unknown target, no dynamic address, not IBI capable
+    DELIVERED = 0, ///< the notification was sent now
+    QUEUED = 1,    ///< it is sent once the bus allows it (see the file comment)
+    REFUSED = 2    ///< it is never sent: unknown target, no dynamic address, not IBI capable
 };
 
 /// How the controller answers a hot-join request.
@@ -146,15 +146,15 @@ enum class I3cHotJoinAddressing : std::uint8_t {
 
 /// The state of an attached I3C target as the bus has left it.
 struct I3cTargetState {
-    std::uint8_t dynamicAddress;                    ///< 0 while it has none
-    std::uint8_t enabledEvents;                     ///< ENEC/DISEC mask: 0x01 IBI, 0x02 controller role, 0x08 hot-join
-    std::uint16_t maxWriteLength;                   ///< as SETMWL left it
-    std::uint16_t maxReadLength;                    ///< as SETMRL left it
-    std::optional<std::uint8_t> maxIbiPayloadSize;  ///< as SETMRL left it
-    std::uint8_t resetAction;                       ///< RSTACT action of the next target reset pattern
-    std::uint8_t registerPointer;                   ///< SDR register pointer (low 8 bits)
-    std::size_t pendingIbis;                        ///< IBIs raised and not yet delivered
-    Bytes memory;                                   ///< contents
+    std::uint8_t dynamicAddress;                   ///< 0 while it has none
+    std::uint8_t enabledEvents;                    ///< ENEC/DISEC mask: 0x01 IBI, 0x02 controller role, 0x08 hot-join
+    std::uint16_t maxWriteLength;                  ///< as SETMWL left it
+    std::uint16_t maxReadLength;                   ///< as SETMRL left it
+    std::optional<std::uint8_t> maxIbiPayloadSize; ///< as SETMRL left it
+    std::uint8_t resetAction;                      ///< RSTACT action of the next target reset pattern
+    std::uint8_t registerPointer;                  ///< SDR register pointer (low 8 bits)
+    std::size_t pendingIbis;                       ///< IBIs raised and not yet delivered
+    Bytes memory;                                  ///< contents
 };
 
 /**
@@ -163,6 +163,7 @@ struct I3cTargetState {
  */
 class TARVIX_VIRTUAL_API I3cBus {
 public:
+    /// The I3C bus of @p adapter (each adapter has one).
     explicit I3cBus(VirtualAdapter adapter);
 
     /// Attaches an I3C target, without a dynamic address. Throws
@@ -209,4 +210,4 @@ private:
     VirtualAdapter adapter_;
 };
 
-}  // namespace tarvix_virtual
+} // namespace tarvix_virtual

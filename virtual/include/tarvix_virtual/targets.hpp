@@ -65,19 +65,22 @@ namespace tarvix_virtual {
 
 /// @name Rails
 /// @{
+
+/// One of the adapter's two supply rails.
 enum class Rail : std::uint8_t {
-    SHARED = 0,  ///< the I2C/SPI/UART/GPIO rail
-    I3C = 1
+    SHARED = 0, ///< the I2C/SPI/UART/GPIO rail
+    I3C = 1     ///< the I3C rail
 };
 
 /// What the firmware holds for one rail, and what it measures on it.
 struct RailState {
-    std::uint16_t setMillivolts;       ///< what the regulator makes
-    bool external;                     ///< the supply is taken from outside
-    std::uint16_t externalMillivolts;  ///< what is connected outside
-    std::uint16_t measuredMillivolts;  ///< what the analog measurement reports
+    std::uint16_t setMillivolts;      ///< what the regulator makes
+    bool external;                    ///< the supply is taken from outside
+    std::uint16_t externalMillivolts; ///< what is connected outside
+    std::uint16_t measuredMillivolts; ///< what the analog measurement reports
 };
 
+/// What the firmware holds for @p rail and what it measures on it.
 TARVIX_VIRTUAL_API RailState railState(const VirtualAdapter& adapter, Rail rail);
 /// Connects an external supply of @p millivolts to @p rail (0: disconnects it).
 TARVIX_VIRTUAL_API void setExternalSupply(const VirtualAdapter& adapter, Rail rail, std::uint16_t millivolts);
@@ -85,6 +88,7 @@ TARVIX_VIRTUAL_API void setExternalSupply(const VirtualAdapter& adapter, Rail ra
 
 /// @name GPIO
 /// @{
+
 /// Puts a jumper between pins @p a and @p b (each loses any jumper it had): an output
 /// on one shows on the other. A pin joined to itself just loses its jumper.
 TARVIX_VIRTUAL_API void gpioWire(const VirtualAdapter& adapter, std::uint8_t a, std::uint8_t b);
@@ -99,14 +103,16 @@ TARVIX_VIRTUAL_API bool gpioLevel(const VirtualAdapter& adapter, std::uint8_t pi
 
 /// @name I2C
 /// @{
+
 /// What the firmware holds for one I2C port.
 struct I2cBusState {
-    bool initialised;
-    std::uint32_t frequency;  ///< Hz
-    std::uint8_t option;      ///< third byte of init, as sent
-    std::uint8_t pullUp;      ///< pull-up selection, 0 = none
+    bool initialised;        ///< init came (and no reset since)
+    std::uint32_t frequency; ///< Hz
+    std::uint8_t option;     ///< third byte of init, as sent
+    std::uint8_t pullUp;     ///< pull-up selection, 0 = none
 };
 
+/// What the firmware holds for I2C port @p bus (0 or 1).
 TARVIX_VIRTUAL_API I2cBusState i2cBusState(const VirtualAdapter& adapter, std::uint8_t bus);
 /// Attaches a 24C02-like EEPROM (256 bytes, erased to 0xFF, 8-byte write pages) at the
 /// 7-bit @p address, replacing whatever answered there.
@@ -130,9 +136,11 @@ TARVIX_VIRTUAL_API bool i2cSetTemperature(const VirtualAdapter& adapter, std::ui
 
 /// @name SPI
 /// @{
+
 /// Attaches a 64-KiB NOR flash (JEDEC ID EF 30 10, erased to 0xFF) to @p chipSelect,
 /// replacing the chip that was there.
 TARVIX_VIRTUAL_API void spiAttachFlash(const VirtualAdapter& adapter, std::uint8_t chipSelect);
+/// Removes the chip on @p chipSelect, if any; the line then reads 0xFF.
 TARVIX_VIRTUAL_API void spiDetach(const VirtualAdapter& adapter, std::uint8_t chipSelect);
 /// The contents of the flash on @p chipSelect, or std::nullopt if there is none.
 TARVIX_VIRTUAL_API std::optional<Bytes> spiFlashContents(const VirtualAdapter& adapter, std::uint8_t chipSelect);
@@ -140,6 +148,7 @@ TARVIX_VIRTUAL_API std::optional<Bytes> spiFlashContents(const VirtualAdapter& a
 
 /// @name UART
 /// @{
+
 /// Wires TX back to RX (on) or leaves TX unconnected (off).
 TARVIX_VIRTUAL_API void uartSetLoopback(const VirtualAdapter& adapter, bool on);
 /// The far end sends @p bytes: while the port is open they arrive as UART_RX notifications,
@@ -149,4 +158,4 @@ TARVIX_VIRTUAL_API bool uartReceive(const VirtualAdapter& adapter, const Bytes& 
 TARVIX_VIRTUAL_API bool uartOpen(const VirtualAdapter& adapter);
 /// @}
 
-}  // namespace tarvix_virtual
+} // namespace tarvix_virtual
