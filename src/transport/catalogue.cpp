@@ -12,8 +12,14 @@ constexpr DeviceKind kCatalogue[] = {
 
 } // namespace
 
-const DeviceKind* catalogueBegin() noexcept { return kCatalogue; }
-const DeviceKind* catalogueEnd() noexcept { return kCatalogue + sizeof(kCatalogue) / sizeof(kCatalogue[0]); }
+const DeviceKind* catalogueBegin() noexcept
+{
+    return kCatalogue;
+}
+const DeviceKind* catalogueEnd() noexcept
+{
+    return kCatalogue + sizeof(kCatalogue) / sizeof(kCatalogue[0]);
+}
 
 const DeviceKind* findDeviceKind(std::uint16_t vendorId, std::uint16_t productId) noexcept
 {

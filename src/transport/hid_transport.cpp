@@ -57,7 +57,10 @@ struct Holders {
 std::mutex claimsMutex;
 std::map<std::string, Holders> claims;
 
-bool isDeviceNode(const std::string& path) { return !path.empty() && path[0] == '/'; }
+bool isDeviceNode(const std::string& path)
+{
+    return !path.empty() && path[0] == '/';
+}
 
 // hid_error's text, for messages; never throws.
 std::string hidErrorText()
@@ -319,8 +322,9 @@ bool HidTransport::open(const std::string& path, const std::string& serial)
     hid_device* handle = hid_open_path(chosenPath.c_str());
     if (handle == nullptr) {
         const int error = errno;
-        const bool denied = error == EACCES || error == EPERM ||
-                            (isDeviceNode(chosenPath) && ::access(chosenPath.c_str(), R_OK | W_OK) != 0 && errno == EACCES);
+        const bool denied =
+            error == EACCES || error == EPERM ||
+            (isDeviceNode(chosenPath) && ::access(chosenPath.c_str(), R_OK | W_OK) != 0 && errno == EACCES);
         if (denied) {
             fail(ConnectError::PERMISSION_DENIED,
                  "permission denied on " + chosenPath +
@@ -340,12 +344,20 @@ bool HidTransport::open(const std::string& path, const std::string& serial)
     writeBuffer_.assign(kind_->reportSize + 1, 0);
     open_ = true;
     gone_.store(false);
+    removed_.store(false);
     released_.store(false);
     running_.store(true);
+    queue_ = std::make_unique<ReportQueue>(kQueuedReports, kind_->reportSize);
     try {
-        reader_ = std::thread(&HidTransport::readerLoop, this, kind_->reportSize);
+        reader_ = std::thread(&HidTransport::readerLoop, this);
+        drain_ = std::thread(&HidTransport::drainLoop, this, kind_->reportSize);
     } catch (const std::system_error&) {
         running_.store(false);
+        queue_->stop();
+        if (reader_.joinable()) {
+            reader_.join();
+        }
+        queue_.reset();
         hid_close(handle_);
         handle_ = nullptr;
         kind_ = nullptr;
@@ -374,9 +386,16 @@ void HidTransport::close()
         running_.store(false);
     }
     stopSignal_.notify_all();
+    if (queue_) {
+        queue_->stop();
+    }
     if (reader_.joinable()) {
         reader_.join();
     }
+    if (drain_.joinable()) {
+        drain_.join();
+    }
+    queue_.reset();
     hid_close(handle_);
     handle_ = nullptr;
     open_ = false;
@@ -401,9 +420,15 @@ bool HidTransport::write(const std::uint8_t* segment, std::size_t size)
     return hid_write(handle_, writeBuffer_.data(), writeBuffer_.size()) >= 0;
 }
 
-void HidTransport::setReceiveHandler(ReceiveHandler handler) { handler_ = std::move(handler); }
+void HidTransport::setReceiveHandler(ReceiveHandler handler)
+{
+    handler_ = std::move(handler);
+}
 
-void HidTransport::setRemovalHandler(RemovalHandler handler) { removalHandler_ = std::move(handler); }
+void HidTransport::setRemovalHandler(RemovalHandler handler)
+{
+    removalHandler_ = std::move(handler);
+}
 
 void HidTransport::pause(int ms)
 {
@@ -434,32 +459,26 @@ void HidTransport::deliver(const std::uint8_t* report, std::size_t size)
     handlerExceptions_.fetch_add(1);
 }
 
-void HidTransport::readerLoop(std::size_t reportSize)
+// Reads reports into the queue, and nothing else, so that the kernel's short list is emptied
+// as fast as the device fills it. It also decides, with detectRemoval, that the device is gone.
+void HidTransport::drainLoop(std::size_t reportSize)
 {
     using Clock = std::chrono::steady_clock;
-    // One buffer for the life of the thread. It is not cleared between reads: after a short
-    // report the tail keeps older bytes, which is harmless because the segment header says
-    // how many bytes count.
-    std::vector<std::uint8_t> buffer(reportSize, 0);
     bool failing = false;
     Clock::time_point firstFailure;
     while (running_.load()) {
-        const int result = hid_read_timeout(handle_, buffer.data(), buffer.size(), kPollMilliseconds);
+        // A slot is not cleared before a read: after a short report its tail keeps older
+        // bytes, which is harmless because the segment header says how many bytes count.
+        std::uint8_t* slot = queue_->slot();
+        if (slot == nullptr) {
+            break;
+        }
+        const int result = hid_read_timeout(handle_, slot, reportSize, kPollMilliseconds);
         if (result >= 0) {
             failing = false;
         }
         if (result > 0) {
-            deliver(buffer.data(), buffer.size());
-            if (released_.load()) {
-                // A handler destroyed the public session. Nobody will join this thread, so it
-                // detaches itself and finishes the destruction, which takes this transport
-                // with it: nothing of `this` may be used afterwards.
-                std::function<void()> destroy = std::move(destroyFromReader_);
-                running_.store(false);
-                reader_.detach();
-                destroy();
-                return;
-            }
+            queue_->commit();
         } else if (result < 0) {
             if (!options_.detectRemoval) {
                 // The device is gone (or failing). hidraw answers at once from now on, so wait
@@ -475,13 +494,37 @@ void HidTransport::readerLoop(std::size_t reportSize)
                 failing = true;
                 firstFailure = now;
             } else if (now - firstFailure >= std::chrono::milliseconds(kRemovalWindowMs)) {
-                gone_.store(true, std::memory_order_release);
-                if (removalHandler_) {
-                    removalHandler_();
-                }
-                return; // joined by the next close() or connect()
+                removed_.store(true);
+                break; // joined by the next close() or connect()
             }
             pause(kRemovalRetryMs);
+        }
+    }
+    queue_->finish();
+}
+
+// Hands every queued report to the receive handler, in order. The reports that arrived before
+// a removal are all handled before the removal handler runs.
+void HidTransport::readerLoop()
+{
+    while (const std::uint8_t* report = queue_->front()) {
+        deliver(report, queue_->reportSize());
+        queue_->pop();
+        if (released_.load()) {
+            // A handler destroyed the public session. Nobody will join this thread, so it
+            // detaches itself and finishes the destruction, which takes this transport
+            // with it: nothing of `this` may be used afterwards.
+            std::function<void()> destroy = std::move(destroyFromReader_);
+            running_.store(false);
+            reader_.detach();
+            destroy();
+            return;
+        }
+    }
+    if (removed_.load() && running_.load()) {
+        gone_.store(true, std::memory_order_release);
+        if (removalHandler_) {
+            removalHandler_();
         }
     }
 }

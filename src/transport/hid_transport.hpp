@@ -1,4 +1,7 @@
-// The open HID device and its reader thread. Nothing else in the library calls hidapi.
+// The open HID device and its two threads: the drain thread reads every input report into a
+// bounded queue as soon as the device has it, and the reader thread takes them from there and
+// calls the receive handler (reassembly and everything above it). Nothing else in the library
+// calls hidapi.
 #pragma once
 
 #include <tarvixsdk/types.hpp>
@@ -15,6 +18,7 @@
 #include <vector>
 
 #include "catalogue.hpp"
+#include "report_queue.hpp"
 
 struct hid_device_;
 
@@ -59,6 +63,9 @@ public:
     // How long read errors must persist, and how often the reader retries meanwhile.
     static constexpr int kRemovalWindowMs = 50;
     static constexpr int kRemovalRetryMs = 10;
+    // Reports read but not yet handled, at most: 2 MiB and 256 ms of a high-speed adapter
+    // streaming 8,000 reports per second; 2 s of a full-speed one.
+    static constexpr std::size_t kQueuedReports = 2048;
 
     HidTransport();
     ~HidTransport();
@@ -107,7 +114,8 @@ public:
     std::string lastHandlerException() const;
 
 private:
-    void readerLoop(std::size_t reportSize);
+    void drainLoop(std::size_t reportSize);
+    void readerLoop();
     void deliver(const std::uint8_t* report, std::size_t size);
     // Waits up to `ms` or until close() asks the reader to stop.
     void pause(int ms);
@@ -125,6 +133,9 @@ private:
     std::atomic<bool> gone_{false};
     std::atomic<bool> released_{false};
     std::thread reader_;
+    std::thread drain_;
+    std::unique_ptr<ReportQueue> queue_; // between the two threads, while open
+    std::atomic<bool> removed_{false};   // the drain thread decided that the device is gone
     // The claim on the device that keeps other sessions out (exclusive) or lets an exclusive
     // one see this one; released at close.
     std::unique_ptr<ExclusiveClaim> claim_;

@@ -1,5 +1,7 @@
 #include "segmentation.hpp"
 
+#include "../protocol/layout.hpp"
+
 #include <algorithm>
 #include <chrono>
 
@@ -37,40 +39,39 @@ void ReportSegmenter::segment(const std::uint8_t* frame, std::size_t size,
             header |= kSegmentLast;
         }
         std::vector<std::uint8_t>& segment = out[i];
-        segment.resize(2 + n);
-        segment[0] = static_cast<std::uint8_t>(header & 0xFF);
-        segment[1] = static_cast<std::uint8_t>(header >> 8);
-        std::copy(frame + offset, frame + offset + n, segment.begin() + 2);
+        segment.resize(kSegmentHeaderSize + n);
+        segment[0] = lowByte(header);
+        segment[1] = lowByte(header >> 8);
+        std::copy(frame + offset, frame + offset + n, segment.begin() + kSegmentHeaderSize);
     }
 }
 
 bool Reassembler::accept(const std::uint8_t* report, std::size_t size)
 {
-    if (size < 2) {
+    if (size < kSegmentHeaderSize) {
         return false;
     }
-    const std::uint16_t header = static_cast<std::uint16_t>(report[0] | (report[1] << 8));
+    const std::uint16_t header = u16At(report, size, 0);
     if ((header & kSegmentFirst) != 0) {
         buffer_.clear();
         overflowed_ = false;
     }
     // The count field can claim up to 1023 bytes; a report carries at most size - 2.
-    const std::size_t n = std::min<std::size_t>((header >> 2) & 0x3FF, size - 2);
+    const std::size_t n = std::min<std::size_t>((header >> 2) & 0x3FF, size - kSegmentHeaderSize);
     if (overflowed_ || buffer_.size() + n > kMaxFrameSize) {
         buffer_.clear();
         overflowed_ = true;
         return false;
     }
     // A continuation without a first segment joins whatever the buffer holds.
-    buffer_.insert(buffer_.end(), report + 2, report + 2 + n);
+    buffer_.insert(buffer_.end(), report + kSegmentHeaderSize, report + kSegmentHeaderSize + n);
     // The buffer is not emptied after delivery, only by the next first segment.
     return (header & kSegmentLast) != 0;
 }
 
 FrameLink::FrameLink()
 {
-    transport_.setReceiveHandler(
-        [this](const std::uint8_t* report, std::size_t size) { onReport(report, size); });
+    transport_.setReceiveHandler([this](const std::uint8_t* report, std::size_t size) { onReport(report, size); });
 }
 
 FrameLink::~FrameLink()
@@ -92,7 +93,10 @@ bool FrameLink::connect(const std::string& path, const std::string& serial)
     return true;
 }
 
-void FrameLink::disconnect() { transport_.close(); }
+void FrameLink::disconnect()
+{
+    transport_.close();
+}
 
 void FrameLink::send(const std::vector<std::uint8_t>& frame)
 {

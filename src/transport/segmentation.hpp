@@ -17,13 +17,15 @@
 
 namespace tarvix_detail {
 
+constexpr std::size_t kSegmentHeaderSize = 2;
 constexpr std::uint16_t kSegmentFirst = 0x0001;
 constexpr std::uint16_t kSegmentLast = 0x0002;
 
 class ReportSegmenter {
 public:
     explicit ReportSegmenter(std::size_t reportSize) noexcept
-        : reportSize_(reportSize), capacity_(reportSize - 2) {}
+        : reportSize_(reportSize), capacity_(reportSize - kSegmentHeaderSize)
+    {}
 
     std::size_t reportSize() const noexcept { return reportSize_; }
     std::size_t capacity() const noexcept { return capacity_; }

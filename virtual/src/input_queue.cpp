@@ -5,22 +5,30 @@
 
 namespace tarvix_virtual::detail {
 
-void ReaderWatch::enter() {
+void ReaderWatch::enter()
+{
     blocked_.fetch_add(1);
     // Taking the mutex orders this increment before a waiter's predicate
     // check, so the notification cannot be lost.
-    { std::lock_guard<std::mutex> lock(mutex_); }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+    }
     cv_.notify_all();
 }
 
-void ReaderWatch::leave() { blocked_.fetch_sub(1); }
+void ReaderWatch::leave()
+{
+    blocked_.fetch_sub(1);
+}
 
-bool ReaderWatch::waitFor(std::size_t count, std::chrono::milliseconds timeout) {
+bool ReaderWatch::waitFor(std::size_t count, std::chrono::milliseconds timeout)
+{
     std::unique_lock<std::mutex> lock(mutex_);
     return cv_.wait_for(lock, timeout, [&] { return blocked_.load() >= count; });
 }
 
-void InputQueue::push(const std::uint8_t* report, std::size_t length, Clock::time_point ready) {
+void InputQueue::push(const std::uint8_t* report, std::size_t length, Clock::time_point ready)
+{
     std::lock_guard<std::mutex> lock(mutex_);
     if (gone_ || closed_ || entries_.size() >= kCapacity) return;
     std::vector<std::uint8_t> bytes;
@@ -33,10 +41,29 @@ void InputQueue::push(const std::uint8_t* report, std::size_t length, Clock::tim
     auto position = entries_.end();
     while (position != entries_.begin() && std::prev(position)->ready > ready) --position;
     entries_.insert(position, Entry{ready, std::move(bytes)});
+    settle(Clock::now());
     cv_.notify_all();
 }
 
-int InputQueue::pop(std::uint8_t* out, std::size_t length) {
+void InputQueue::settle(Clock::time_point now)
+{
+    const std::size_t bound = bound_.load();
+    if (bound == 0) return;
+    std::size_t arrived = 0;
+    for (auto it = entries_.begin(); it != entries_.end() && it->ready <= now;) {
+        if (arrived < bound) {
+            ++arrived;
+            ++it;
+            continue;
+        }
+        spare_.push_back(std::move(it->bytes));
+        it = entries_.erase(it);
+        dropped_.fetch_add(1);
+    }
+}
+
+int InputQueue::pop(std::uint8_t* out, std::size_t length)
+{
     Entry& entry = entries_.front();
     const std::size_t count = std::min(length, entry.bytes.size());
     if (count > 0) std::memcpy(out, entry.bytes.data(), count);
@@ -45,7 +72,8 @@ int InputQueue::pop(std::uint8_t* out, std::size_t length) {
     return static_cast<int>(count);
 }
 
-int InputQueue::read(std::uint8_t* out, std::size_t length, int milliseconds) {
+int InputQueue::read(std::uint8_t* out, std::size_t length, int milliseconds)
+{
     std::unique_lock<std::mutex> lock(mutex_);
     if (gone_ || closed_) return -1;
     ++readersInside_;
@@ -58,6 +86,7 @@ int InputQueue::read(std::uint8_t* out, std::size_t length, int milliseconds) {
             break;
         }
         const auto now = Clock::now();
+        settle(now);
         if (!entries_.empty() && entries_.front().ready <= now) {
             result = pop(out, length);
             break;
@@ -78,23 +107,26 @@ int InputQueue::read(std::uint8_t* out, std::size_t length, int milliseconds) {
     return result;
 }
 
-void InputQueue::markGone() {
+void InputQueue::markGone()
+{
     std::lock_guard<std::mutex> lock(mutex_);
     gone_ = true;
     entries_.clear();
     cv_.notify_all();
 }
 
-void InputQueue::close() {
+void InputQueue::close()
+{
     std::unique_lock<std::mutex> lock(mutex_);
     closed_ = true;
     cv_.notify_all();
     cv_.wait(lock, [&] { return readersInside_ == 0; });
 }
 
-bool InputQueue::usable() const {
+bool InputQueue::usable() const
+{
     std::lock_guard<std::mutex> lock(mutex_);
     return !gone_ && !closed_;
 }
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail

@@ -33,7 +33,11 @@ private:
 
 class InputQueue {
 public:
-    explicit InputQueue(ReaderWatch& watch) : watch_(watch) {}
+    // @p bound and @p dropped belong to the adapter: hidraw's limit on the reports waiting to
+    // be read (0: none), and the count of reports dropped because of it.
+    InputQueue(ReaderWatch& watch, const std::atomic<std::size_t>& bound, std::atomic<std::size_t>& dropped)
+        : watch_(watch), bound_(bound), dropped_(dropped)
+    {}
 
     void push(const std::uint8_t* report, std::size_t length, Clock::time_point ready);
     // hid_read_timeout: bytes copied, 0 on timeout, -1 once gone or closed.
@@ -57,19 +61,25 @@ private:
     };
 
     int pop(std::uint8_t* out, std::size_t length);
+    // Applies hidraw's bound at @p now: of the reports that have arrived, those that found
+    // the list full are dropped. Nothing is read between two calls (every read calls it), so
+    // the first `bound` arrived reports are the ones the kernel kept.
+    void settle(Clock::time_point now);
 
     // hidraw drops reports that arrive while its list is full; so do we, with
     // a list long enough that only a handle nobody reads ever fills it.
     static constexpr std::size_t kCapacity = 4096;
 
     ReaderWatch& watch_;
+    const std::atomic<std::size_t>& bound_;
+    std::atomic<std::size_t>& dropped_;
     mutable std::mutex mutex_;
     std::condition_variable cv_;
-    std::deque<Entry> entries_;  // ordered by ready time, arrival order within one time
-    std::vector<std::vector<std::uint8_t>> spare_;  // buffers of popped reports, reused
+    std::deque<Entry> entries_;                    // ordered by ready time, arrival order within one time
+    std::vector<std::vector<std::uint8_t>> spare_; // buffers of popped reports, reused
     bool gone_ = false;
     bool closed_ = false;
     std::size_t readersInside_ = 0;
 };
 
-}  // namespace tarvix_virtual::detail
+} // namespace tarvix_virtual::detail
