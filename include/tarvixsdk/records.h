@@ -172,6 +172,18 @@ typedef struct SessionOptions {
      * within the process only.
      */
     bool exclusive;
+    /**
+     * A second thread per session reads every input report into a queue of up to 2,048 reports
+     * as soon as the adapter sends it, and the reader thread reassembles frames and runs the
+     * handlers from there. Without it one thread does both, and while a handler runs nobody reads:
+     * the kernel keeps only 64 input reports per open hidraw node and silently drops newer ones,
+     * which a high-speed adapter fills in 8 ms. Turn it on when handlers may take longer than
+     * that while long answers stream in (measured: 1 ms per notification during a 64 KiB answer
+     * lost segments without it, none with it). It costs one more thread wake-up per report (a
+     * few microseconds of CPU per blocking call) and 2,048 reports of memory per session. The
+     * handlers' thread, order and contract are the same either way (see the threads page).
+     */
+    bool queueReports;
 } SessionOptions;
 
 /** Which way a traced frame went. */

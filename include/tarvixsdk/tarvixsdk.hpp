@@ -8,9 +8,10 @@
  * only carries). What a blocking call returns and when it writes its outputs: @ref blocking_results.
  *
  * Threads and lifetime, in short (the whole contract is the page @ref threads): each connected
- * session runs one reader thread, on which the handlers run, one frame at a time, fed by a drain
- * thread that only reads input reports into a queue of up to 2,048 (so that slow handlers delay
- * frames instead of losing them to the kernel's 64-report list); calls on one
+ * session runs one reader thread, on which the handlers run, one frame at a time (with
+ * SessionOptions::queueReports it is fed by a drain thread that only reads input reports into a
+ * queue of up to 2,048, so that slow handlers delay frames instead of losing them to the
+ * kernel's 64-report list); calls on one
  * object come from one thread at a time; a handler must not call a blocking method of its own
  * session, its disconnect() is refused (std::system_error) and destroying its own session is
  * allowed; frames and notification views are valid only during the handler call.

@@ -43,7 +43,8 @@ p_bool = ctypes.POINTER(c_bool)
 
 
 class SessionOptions(ctypes.Structure):
-    _fields_ = [("matchResponses", c_bool), ("detectRemoval", c_bool), ("exclusive", c_bool)]
+    _fields_ = [("matchResponses", c_bool), ("detectRemoval", c_bool), ("exclusive", c_bool),
+                ("queueReports", c_bool)]
 
 
 class NotificationRecord(ctypes.Structure):

@@ -141,7 +141,8 @@ class Adapter:
 
     The safeties are on by default: a command takes only its own answer (`match_responses`), an
     unplugged adapter fails a waiting command at once with NotConnected (`detect_removal`), and no
-    other session may open the adapter meanwhile (`exclusive`).
+    other session may open the adapter meanwhile (`exclusive`); and reports are read on a thread
+    of their own, so that a callback held up by the interpreter loses no report (`queue_reports`).
 
     Commands raise a StatusError subclass when they fail (DeviceError for the adapter's own
     statuses, NoResponse, NotConnected, InvalidArgument...). One Adapter may be used from several
@@ -150,7 +151,8 @@ class Adapter:
 
     def __init__(self, selector: Optional[str] = None, *, serial: Optional[str] = None, path: Optional[str] = None,
                  index: Optional[int] = None, timeout: Optional[float] = 1.0, match_responses: bool = True,
-                 detect_removal: bool = True, exclusive: bool = True, notification_buffer: int = 65536) -> None:
+                 detect_removal: bool = True, exclusive: bool = True, queue_reports: bool = True,
+                 notification_buffer: int = 65536) -> None:
         chosen = [text for text in (selector, serial and "serial:" + serial, path and "path:" + path,
                                     None if index is None else str(int(index))) if text]
         if len(chosen) > 1:
@@ -160,7 +162,7 @@ class Adapter:
         if notification_buffer < 1:
             raise ValueError("notification_buffer must be at least 1")
         library = _native.sdk()
-        options = _native.SessionOptions(match_responses, detect_removal, exclusive)
+        options = _native.SessionOptions(match_responses, detect_removal, exclusive, queue_reports)
         handle = library.TarvixSDK_CreateWithOptions(-1 if timeout is None else int(timeout * 1000), options)
         if not handle:
             raise MemoryError("the SDK could not create a session")

@@ -11,7 +11,7 @@ TarvixAsyncSDK::TarvixAsyncSDK() : session_(std::make_unique<AsyncSession>()) {}
 TarvixAsyncSDK::TarvixAsyncSDK(const SessionOptions& options) : TarvixAsyncSDK()
 {
     session_->options = options;
-    session_->link.transport().setOptions({options.detectRemoval, options.exclusive});
+    session_->link.transport().setOptions({options.detectRemoval, options.exclusive, options.queueReports});
 }
 
 TarvixAsyncSDK::~TarvixAsyncSDK()

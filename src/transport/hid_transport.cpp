@@ -347,13 +347,19 @@ bool HidTransport::open(const std::string& path, const std::string& serial)
     removed_.store(false);
     released_.store(false);
     running_.store(true);
-    queue_ = std::make_unique<ReportQueue>(kQueuedReports, kind_->reportSize);
     try {
-        reader_ = std::thread(&HidTransport::readerLoop, this);
-        drain_ = std::thread(&HidTransport::drainLoop, this, kind_->reportSize);
+        if (options_.queueReports) {
+            queue_ = std::make_unique<ReportQueue>(kQueuedReports, kind_->reportSize);
+            reader_ = std::thread(&HidTransport::queuedLoop, this);
+            drain_ = std::thread(&HidTransport::drainLoop, this, kind_->reportSize);
+        } else {
+            reader_ = std::thread(&HidTransport::directLoop, this, kind_->reportSize);
+        }
     } catch (const std::system_error&) {
         running_.store(false);
-        queue_->stop();
+        if (queue_) {
+            queue_->stop();
+        }
         if (reader_.joinable()) {
             reader_.join();
         }
@@ -463,9 +469,7 @@ void HidTransport::deliver(const std::uint8_t* report, std::size_t size)
 // as fast as the device fills it. It also decides, with detectRemoval, that the device is gone.
 void HidTransport::drainLoop(std::size_t reportSize)
 {
-    using Clock = std::chrono::steady_clock;
-    bool failing = false;
-    Clock::time_point firstFailure;
+    ReadFailures failures;
     while (running_.load()) {
         // A slot is not cleared before a read: after a short report its tail keeps older
         // bytes, which is harmless because the segment header says how many bytes count.
@@ -475,57 +479,99 @@ void HidTransport::drainLoop(std::size_t reportSize)
         }
         const int result = hid_read_timeout(handle_, slot, reportSize, kPollMilliseconds);
         if (result >= 0) {
-            failing = false;
+            failures.failing = false;
         }
         if (result > 0) {
             queue_->commit();
-        } else if (result < 0) {
-            if (!options_.detectRemoval) {
-                // The device is gone (or failing). hidraw answers at once from now on, so wait
-                // out one poll interval, or less if close() wants the thread back.
-                pause(kPollMilliseconds);
-                continue;
-            }
-            // One failed read may be a passing fault; errors that persist with no report in
-            // between mean the device has left. Retry quickly meanwhile so that the decision
-            // comes soon after the window.
-            const Clock::time_point now = Clock::now();
-            if (!failing) {
-                failing = true;
-                firstFailure = now;
-            } else if (now - firstFailure >= std::chrono::milliseconds(kRemovalWindowMs)) {
-                removed_.store(true);
-                break; // joined by the next close() or connect()
-            }
-            pause(kRemovalRetryMs);
+        } else if (result < 0 && deviceLeft(failures)) {
+            removed_.store(true);
+            break; // joined by the next close() or connect()
         }
     }
     queue_->finish();
 }
 
-// Hands every queued report to the receive handler, in order. The reports that arrived before
-// a removal are all handled before the removal handler runs.
-void HidTransport::readerLoop()
+void HidTransport::destroyOnReader()
+{
+    // Nobody will join this thread, so it detaches itself and finishes the destruction, which
+    // takes this transport with it: nothing of `this` may be used afterwards.
+    std::function<void()> destroy = std::move(destroyFromReader_);
+    running_.store(false);
+    reader_.detach();
+    destroy();
+}
+
+bool HidTransport::deviceLeft(ReadFailures& failures)
+{
+    if (!options_.detectRemoval) {
+        // The device is gone (or failing). hidraw answers at once from now on, so wait out one
+        // poll interval, or less if close() wants the thread back.
+        pause(kPollMilliseconds);
+        return false;
+    }
+    // One failed read may be a passing fault; errors that persist with no report in between
+    // mean the device has left. Retry quickly meanwhile so that the decision comes soon after
+    // the window.
+    const auto now = std::chrono::steady_clock::now();
+    if (!failures.failing) {
+        failures.failing = true;
+        failures.first = now;
+    } else if (now - failures.first >= std::chrono::milliseconds(kRemovalWindowMs)) {
+        return true;
+    }
+    pause(kRemovalRetryMs);
+    return false;
+}
+
+void HidTransport::reportRemoval()
+{
+    gone_.store(true, std::memory_order_release);
+    if (removalHandler_) {
+        removalHandler_();
+    }
+}
+
+// Without queueReports: one thread reads each report and hands it to the receive handler. While
+// a handler runs nothing is read, and the kernel's short list of input reports fills meanwhile.
+void HidTransport::directLoop(std::size_t reportSize)
+{
+    // One buffer for the life of the thread. It is not cleared between reads: after a short
+    // report the tail keeps older bytes, which is harmless because the segment header says
+    // how many bytes count.
+    std::vector<std::uint8_t> buffer(reportSize, 0);
+    ReadFailures failures;
+    while (running_.load()) {
+        const int result = hid_read_timeout(handle_, buffer.data(), buffer.size(), kPollMilliseconds);
+        if (result >= 0) {
+            failures.failing = false;
+        }
+        if (result > 0) {
+            deliver(buffer.data(), buffer.size());
+            if (released_.load()) {
+                destroyOnReader();
+                return;
+            }
+        } else if (result < 0 && deviceLeft(failures)) {
+            reportRemoval();
+            return; // joined by the next close() or connect()
+        }
+    }
+}
+
+// With queueReports: hands every queued report to the receive handler, in order. The reports
+// that arrived before a removal are all handled before the removal handler runs.
+void HidTransport::queuedLoop()
 {
     while (const std::uint8_t* report = queue_->front()) {
         deliver(report, queue_->reportSize());
         queue_->pop();
         if (released_.load()) {
-            // A handler destroyed the public session. Nobody will join this thread, so it
-            // detaches itself and finishes the destruction, which takes this transport
-            // with it: nothing of `this` may be used afterwards.
-            std::function<void()> destroy = std::move(destroyFromReader_);
-            running_.store(false);
-            reader_.detach();
-            destroy();
+            destroyOnReader();
             return;
         }
     }
     if (removed_.load() && running_.load()) {
-        gone_.store(true, std::memory_order_release);
-        if (removalHandler_) {
-            removalHandler_();
-        }
+        reportRemoval();
     }
 }
 

@@ -1,12 +1,13 @@
-// The open HID device and its two threads: the drain thread reads every input report into a
-// bounded queue as soon as the device has it, and the reader thread takes them from there and
-// calls the receive handler (reassembly and everything above it). Nothing else in the library
-// calls hidapi.
+// The open HID device and its reader thread, which reads every input report and calls the receive
+// handler (reassembly and everything above it). With queueReports a second, drain thread reads
+// the reports into a bounded queue as soon as the device has it, and the reader thread takes them
+// from there. Nothing else in the library calls hidapi.
 #pragma once
 
 #include <tarvixsdk/types.hpp>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -51,6 +52,9 @@ struct TransportOptions {
     bool detectRemoval = false;
     // Refuse to share the device with any other session (see ExclusiveClaim in the .cpp).
     bool exclusive = false;
+    // Read on a thread of its own into a bounded queue, and run the handlers on the reader
+    // (drainLoop + queuedLoop); off: one thread reads and delivers (directLoop).
+    bool queueReports = false;
 };
 
 class HidTransport {
@@ -114,8 +118,21 @@ public:
     std::string lastHandlerException() const;
 
 private:
+    void directLoop(std::size_t reportSize);
     void drainLoop(std::size_t reportSize);
-    void readerLoop();
+    void queuedLoop();
+    // A handler destroyed the public session: finish the destruction on the reader thread.
+    void destroyOnReader();
+    // detectRemoval decided that the device is gone: tell the session.
+    void reportRemoval();
+    // Read errors since the last good read.
+    struct ReadFailures {
+        bool failing = false;
+        std::chrono::steady_clock::time_point first;
+    };
+    // After a failed read: true once the failures have lasted long enough to mean that the
+    // device has left (detectRemoval only); otherwise waits a little before the next read.
+    bool deviceLeft(ReadFailures& failures);
     void deliver(const std::uint8_t* report, std::size_t size);
     // Waits up to `ms` or until close() asks the reader to stop.
     void pause(int ms);

@@ -134,6 +134,7 @@ TEST(SlowHandler, LongAnswerAndNotificationsArriveWhole)
     tv::VirtualAdapter adapter = tv::attach(pacedConfig(0x82FD));
     SessionOptions options{};
     options.matchResponses = true;
+    options.queueReports = true;
     TarvixSDK sdk(kTimeoutMs, options);
     std::mutex mutex;
     Bytes looped;

@@ -202,6 +202,7 @@ SessionOptions safeOptions()
     SessionOptions options{};
     options.matchResponses = true;
     options.detectRemoval = true;
+    options.queueReports = true;
     return options;
 }
 

@@ -34,6 +34,7 @@ TarvixSDK& Context::sdk()
     session.matchResponses = true;
     session.detectRemoval = true;
     session.exclusive = true;
+    session.queueReports = true; // monitors print while long answers may stream in
     auto sdk = std::make_unique<TarvixSDK>(options.timeoutMs, session);
     if (options.trace) {
         const auto start = std::chrono::duration_cast<std::chrono::nanoseconds>(start_.time_since_epoch()).count();
