@@ -22,6 +22,7 @@ from .enums import __dict__ as _enums
 from .errors import (ConnectFailed, DeviceError, InvalidArgument, LibraryError, LibraryNotFound, NoResponse,
                      NotConnected, ResponseTooShort, StatusError, TarvixError, UnexpectedResponse)
 from .notifications import GpioInterrupt, I3cHotJoin, I3cIbi, Notification, NotificationStream, UartData
+from .pipeline import Pipeline, Result
 
 __version__ = "1.3.0"
 
@@ -31,4 +32,5 @@ __all__ = [
     "ConnectFailed", "DeviceError", "InvalidArgument", "LibraryError", "LibraryNotFound", "NoResponse", "NotConnected",
     "ResponseTooShort", "StatusError", "TarvixError", "UnexpectedResponse",
     "GpioInterrupt", "I3cHotJoin", "I3cIbi", "Notification", "NotificationStream", "UartData",
+    "Pipeline", "Result",
 ] + [name for name, value in list(_enums.items()) if isinstance(value, type) and value.__module__ == "tarvix.enums"]

@@ -209,6 +209,15 @@ _SDK_FUNCTIONS: Dict[str, Tuple[object, Sequence[object], bool]] = {
     "TarvixSDK_I3cCccGETXTIME": (S, [c_u8, c_ptr, p_u8], True),
     "TarvixSDK_I3cCccGETCAPS": (S, [c_u8, c_ptr, p_u8, c_bool, c_u8], True),
     "TarvixSDK_I3cCccGETSTATUS": (S, [c_u8, c_ptr, p_u8, c_bool, c_u8], True),
+    # Pipelined calls: the queue functions take the pipeline (not the handle) and a status pointer.
+    "TarvixSDK_PipelineCreate": (c_ptr, [c_u32], True),
+    "TarvixSDK_PipelineDestroy": (None, [c_ptr], False),
+    "TarvixSDK_PipelineI2cRead": (S, [c_ptr, p_u16, c_u8, c_u8, c_ptr, c_u8, c_u16, c_ptr, c_bool], False),
+    "TarvixSDK_PipelineI2cWrite": (S, [c_ptr, p_u16, c_u8, c_u8, c_ptr, c_u8, c_ptr, c_u32, c_bool], False),
+    "TarvixSDK_PipelineSpiTransfer": (S, [c_ptr, p_u16, c_ptr, c_u16, c_ptr, c_u16], False),
+    "TarvixSDK_PipelineGpioDigitalRead": (S, [c_ptr, p_u16, E, p_u32], False),
+    "TarvixSDK_PipelineGpioDigitalWrite": (S, [c_ptr, p_u16, E, E], False),
+    "TarvixSDK_PipelineRun": (S, [c_ptr], False),
 }
 # fmt: on
 

@@ -15,6 +15,7 @@ from .enums import (ConnectReason, GpioFunction, GpioLevel, GpioPin, GpioTrigger
                     UartHandshake, UartParity, UartStopBits)
 from .errors import ConnectFailed, NotConnected, StatusError, error_for
 from .notifications import Notification, NotificationCallback, NotificationStream, _Hub
+from .pipeline import Pipeline
 
 Bytes = Union[bytes, bytearray, memoryview]
 
@@ -170,6 +171,7 @@ class Adapter:
         self._lock = threading.RLock()
         self._handle: Optional[int] = handle
         self._hub = _Hub(notification_buffer)
+        self._pipelines: "weakref.WeakSet[Pipeline]" = weakref.WeakSet()
         self._finalizer = weakref.finalize(self, _destroy, handle, self._hub)
         library.TarvixSDK_onNotificationEx(handle, self._hub.c_callback, None)
         if not library.TarvixSDK_ConnectTo(handle, chosen[0].encode() if chosen else None):
@@ -190,6 +192,8 @@ class Adapter:
         """Disconnects and frees the session; commands raise NotConnected afterwards. Idempotent."""
         with self._lock:
             self._handle = None
+            for pipeline in list(self._pipelines):  # freed before the handle they belong to
+                pipeline.close()
         self._finalizer()
 
     @property
@@ -211,11 +215,19 @@ class Adapter:
                 raise ValueError("%s: %r does not fit the command's %d-bit field" % (command, value,
                                                                                      limit.bit_length()))
         with self._lock:
-            if self._handle is None:
-                raise NotConnected(0x4000, "NOT_CONNECTED", "the adapter has been closed", command)
-            status = getattr(_native.sdk(), function)(self._handle, *arguments)
+            status = getattr(_native.sdk(), function)(self._require_handle(command), *arguments)
         if status:
             raise _status_error(status, command)
+
+    def _require_handle(self, command: str) -> int:
+        if self._handle is None:
+            raise NotConnected(0x4000, "NOT_CONNECTED", "the adapter has been closed", command)
+        return self._handle
+
+    def pipeline(self, window: int = 8) -> "Pipeline":
+        """A `Pipeline` on this adapter: commands queued, then sent back to back by `run()` with
+        up to `window` (1..64) in flight, each answer matched to its request."""
+        return Pipeline(self, window)
 
     # -- device ------------------------------------------------------------------------------
 
