@@ -151,8 +151,12 @@ typedef struct SessionOptions {
      * and command code. Any other response (late, duplicated, or meant for another session on the
      * same adapter) is dropped and counted (droppedResponseCount()), never decoded into the
      * caller's outputs. Transaction ids then start at a random point instead of 1, so that two
-     * sessions on one adapter are unlikely to use the same ids at the same time. No effect on
-     * TarvixAsyncSDK, which does not wait.
+     * sessions on one adapter are unlikely to use the same ids at the same time. An answer that
+     * holds more bytes than its own count field declares (SPI and I3C transfers, CCC reads, the
+     * device table) is dropped too, and the call returns StatusCode::NO_RESPONSE with its data
+     * output untouched: such a frame is the start of one answer joined to the end of another after
+     * input reports were lost, and would otherwise decode as a success (pipelined calls check
+     * this always). No effect on TarvixAsyncSDK, which does not wait.
      */
     bool matchResponses;
     /**

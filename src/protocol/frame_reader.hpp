@@ -15,7 +15,11 @@ namespace tarvix_detail {
 
 class FrameReader {
 public:
-    explicit FrameReader(const std::vector<std::uint8_t>& frame) noexcept : frame_(frame) {}
+    // rejectOverlong: a frame that holds more than its own count fields declare is not taken
+    // (see declaredUnits); sessions that match answers to requests ask for it.
+    explicit FrameReader(const std::vector<std::uint8_t>& frame, bool rejectOverlong = false) noexcept
+        : frame_(frame), rejectOverlong_(rejectOverlong)
+    {}
 
     std::size_t size() const noexcept { return frame_.size(); }
     bool has(std::size_t bytes) const noexcept { return frame_.size() >= bytes; }
@@ -48,18 +52,39 @@ public:
                    frame_.begin() + static_cast<std::ptrdiff_t>(begin + n));
     }
 
-    // Variable data whose size the answer declares (a count field, or the length the request
-    // asked for): taken like bytes(), and a frame holding less than it declares is short, so
-    // that a status of 0 never comes with fewer bytes than promised.
+    // Variable data of the length the request asked for: taken like bytes(), and a frame holding
+    // less is short, so that a status of 0 never comes with fewer bytes than asked.
+    void requested(std::size_t offset, std::size_t count, std::vector<std::uint8_t>& out) const
+    {
+        const std::size_t present = frame_.size() > offset ? frame_.size() - offset : 0;
+        if (present < count) {
+            short_ = true;
+        }
+        bytes(offset, count, out);
+    }
+
+    // Variable data whose size the answer's own count field declares: as requested(), and with
+    // rejectOverlong a frame longer than declared leaves `out` alone (see declaredUnits).
     void declared(std::size_t offset, std::size_t count, std::vector<std::uint8_t>& out) const
     {
-        bytes(offset, declaredUnits(offset, count, 1), out);
+        const std::size_t n = declaredUnits(offset, count, 1);
+        if (!overlong_) {
+            bytes(offset, n, out);
+        }
     }
 
     // The same for `count` records of `unitSize` bytes from `offset`: the number of whole records
     // that arrived (at most `count`); the frame is short when that is fewer than `count`.
+    // With rejectOverlong, a frame that goes on past the records it declares is overlong and 0 is
+    // returned: the answer ends with its last segment, so more bytes than declared mean that
+    // segments were lost and the rest of another answer was joined on (the kernel drops input
+    // reports silently when its queue is full). Such a frame is not an answer at all.
     std::size_t declaredUnits(std::size_t offset, std::size_t count, std::size_t unitSize) const noexcept
     {
+        if (rejectOverlong_ && frame_.size() > offset + count * unitSize) {
+            overlong_ = true;
+            return 0;
+        }
         const std::size_t present = frame_.size() > offset ? (frame_.size() - offset) / unitSize : 0;
         if (present < count) {
             short_ = true;
@@ -75,10 +100,16 @@ public:
         failed_ = true;
     }
 
-    // What the blocking method returns: the decoder's verdict, else RESPONSE_TOO_SHORT for a
+    // A frame longer than it declares (rejectOverlong only): outputs of variable data untouched.
+    bool overlong() const noexcept { return overlong_; }
+
+    // What the blocking method returns: NO_RESPONSE for an overlong frame, the decoder's verdict, else RESPONSE_TOO_SHORT for a
     // frame without a status or for a status 0 whose fields were missing, else the device status.
     StatusCode result() const noexcept
     {
+        if (overlong_) {
+            return StatusCode::NO_RESPONSE; // as if the answer never came: it did not, whole
+        }
         if (failed_) {
             return verdict_;
         }
@@ -94,7 +125,9 @@ public:
 
 private:
     const std::vector<std::uint8_t>& frame_;
+    const bool rejectOverlong_;
     mutable bool short_ = false;
+    mutable bool overlong_ = false;
     bool failed_ = false;
     StatusCode verdict_ = StatusCode::SUCCESS;
 };

@@ -50,7 +50,7 @@ StatusCode TarvixSDK::i2cRead(std::uint8_t bus, std::uint8_t targetAddress,
         [&](TarvixAsyncSDK& a, TransactionId id) {
             return a.i2cRead(id, bus, targetAddress, registerAddress, length, flag);
         },
-        [&](const FrameReader& r) { r.declared(kDataOffset, length, readData); });
+        [&](const FrameReader& r) { r.requested(kDataOffset, length, readData); });
 }
 
 StatusCode TarvixSDK::i2cScanBus(std::vector<std::uint8_t>& addresses, std::uint8_t* oneByteCount,

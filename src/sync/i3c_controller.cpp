@@ -38,6 +38,9 @@ I3cTargetInfo readTarget(const FrameReader& r, std::size_t at) noexcept
 void readTable(const FrameReader& r, std::vector<I3cTargetInfo>& table)
 {
     const std::size_t count = r.declaredUnits(kTableOffset, r.u8(kTableCountOffset), kRecordSize);
+    if (r.overlong()) {
+        return;
+    }
     table.clear();
     table.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {

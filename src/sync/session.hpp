@@ -64,8 +64,13 @@ public:
         if (exchanged != StatusCode::SUCCESS) {
             return exchanged;
         }
-        FrameReader reader(response_);
+        // Matched answers (the option, or any pipelined call) are also checked for length: a
+        // frame stitched from two answers after lost segments is dropped, never decoded.
+        FrameReader reader(response_, waiter_.matching() || pipeline.active());
         decode(reader);
+        if (reader.overlong()) {
+            waiter_.countDropped();
+        }
         return reader.result();
     }
 

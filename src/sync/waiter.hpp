@@ -41,6 +41,9 @@ public:
     void restore();
 
     std::uint64_t dropped() const noexcept { return dropped_.load(); }
+    bool matching() const noexcept { return matching_; }
+    // A matched answer that its decoder refused (a frame longer than it declares).
+    void countDropped() noexcept { dropped_.fetch_add(1); }
 
 private:
     const int timeoutMs_;

@@ -191,6 +191,31 @@ TEST_F(MatchResponses, DuplicatedAndForeignAnswersNeverReachTheOutputs)
     EXPECT_GE(sdk.droppedResponseCount(), 20u * 3 - 1);
 }
 
+// An answer whose last segments were lost, joined with the tail of another: the frame carries this
+// request's id and code but more bytes than its count declares. Matched, it is dropped unread;
+// unmatched, it is taken as it stands.
+TEST_F(MatchResponses, AFrameLongerThanItsCountIsAStitchAndIsDropped)
+{
+    adapter().setResponder(0x0D04, [](const Bytes& request) {
+        return std::vector<Bytes>{
+            tv::responseFrame(tv::transactionIdOf(request), 0x0D04, 0, {4, 0, 1, 2, 3, 4, 0xEE, 0xEE, 0xEE})};
+    });
+    for (const bool match : {true, false}) {
+        TarvixSDK sdk(kTimeoutMs, optionsWith(match, false, false));
+        ASSERT_TRUE(sdk.connect());
+        std::vector<std::uint8_t> miso{0x55};
+        const StatusCode status = sdk.spiTransfer({0x9F}, miso, 4);
+        if (match) {
+            EXPECT_EQ(status, StatusCode::NO_RESPONSE);
+            EXPECT_EQ(miso, (std::vector<std::uint8_t>{0x55}));
+            EXPECT_EQ(sdk.droppedResponseCount(), 1u);
+        } else {
+            EXPECT_EQ(status, StatusCode::SUCCESS);
+            EXPECT_EQ(miso, (std::vector<std::uint8_t>{1, 2, 3, 4}));
+        }
+    }
+}
+
 // ---------------------------------------------------------------------------- detectRemoval
 
 using DetectRemoval = VirtualAdapterTest;
