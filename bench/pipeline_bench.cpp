@@ -227,23 +227,52 @@ void commandRates(const char* speed, bool highSpeed, double frame, std::size_t c
     std::printf("  pipelined rate / blocking rate %6.2f (target at full speed >= 1.8)\n", blocking / pipelined);
 }
 
-std::size_t argument(int argc, char** argv, const char* name, std::size_t fallback)
+struct Settings {
+    std::size_t commands = 1000;
+    std::size_t spiBytes = 1u << 20;
+    std::size_t cpuCalls = 20000;
+};
+
+// Reads the options; false (after a message) on anything it does not understand, so that a
+// mistyped option does not start a run of several minutes with the defaults.
+bool parse(int argc, char** argv, Settings& settings)
 {
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (std::strcmp(argv[i], name) == 0) {
-            return static_cast<std::size_t>(std::strtoull(argv[i + 1], nullptr, 10));
+    for (int i = 1; i < argc; ++i) {
+        const std::string option = argv[i];
+        if (option == "--help" || option == "-h") {
+            std::puts("usage: pipeline_bench [--commands N] [--spi-bytes N] [--cpu-calls N]");
+            std::exit(0);
+        }
+        std::size_t* target = option == "--commands"    ? &settings.commands
+                              : option == "--spi-bytes" ? &settings.spiBytes
+                              : option == "--cpu-calls" ? &settings.cpuCalls
+                                                        : nullptr;
+        if (target == nullptr) {
+            std::fprintf(stderr, "pipeline_bench: unknown option %s (see --help)\n", option.c_str());
+            return false;
+        }
+        char* end = nullptr;
+        const char* value = i + 1 < argc ? argv[++i] : "";
+        *target = static_cast<std::size_t>(std::strtoull(value, &end, 10));
+        if (*value == '\0' || *end != '\0' || *target == 0) {
+            std::fprintf(stderr, "pipeline_bench: %s needs a positive number\n", option.c_str());
+            return false;
         }
     }
-    return fallback;
+    return true;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::size_t commands = argument(argc, argv, "--commands", 1000);
-    const std::size_t spiBytes = argument(argc, argv, "--spi-bytes", 1u << 20);
-    const std::size_t cpuCalls = argument(argc, argv, "--cpu-calls", 20000);
+    Settings settings;
+    if (!parse(argc, argv, settings)) {
+        return 2;
+    }
+    const std::size_t commands = settings.commands;
+    const std::size_t spiBytes = settings.spiBytes;
+    const std::size_t cpuCalls = settings.cpuCalls;
     // Linux lets a sleeping thread wake up to 50 us late (timer slack) to save power; against
     // 125 us microframes that is the OS's cost, not the link's. Threads started from here (the
     // sessions' readers) inherit the setting.
