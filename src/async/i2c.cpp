@@ -57,8 +57,7 @@ StatusCode TarvixAsyncSDK::i2cSetParameters(TransactionId transactionId, std::ui
 
 StatusCode TarvixAsyncSDK::i2cSetPullUpResistors(TransactionId transactionId, std::uint8_t bus, std::uint8_t pullUp)
 {
-    return session_->send(transactionId, cmd::kI2cSetPullUpResistors, true,
-                          [&](FrameBuilder& f) { f.u8(bus).u8(pullUp); });
+    return session_->sendByteFields(transactionId, cmd::kI2cSetPullUpResistors, bus, pullUp);
 }
 
 // The count is data.size() cut to 16 bits while every byte is appended; what an oversized

@@ -7,16 +7,6 @@ using namespace tarvix_detail;
 
 namespace {
 
-// Init and set-parameters carry the same four setting bytes; only the command code differs.
-// The bytes are the adapter's own codes and go out unchecked.
-StatusCode sendControllerSettings(AsyncSession& session, TransactionId transactionId, std::uint16_t code,
-                                  std::uint8_t pushPullRate, std::uint8_t openDrainRate, std::uint8_t i2cRate,
-                                  std::uint8_t driveStrength)
-{
-    return session.send(transactionId, code, true,
-                        [&](FrameBuilder& f) { f.u8(pushPullRate).u8(openDrainRate).u8(i2cRate).u8(driveStrength); });
-}
-
 // One target record, 16 bytes, written field by field so that the wire layout (16-bit fields
 // little-endian) does not depend on the host's byte order or on how the compiler packs it.
 void appendTarget(FrameBuilder& f, const I3cTargetInfo& target)
@@ -38,20 +28,22 @@ constexpr std::uint8_t kHdrExitPattern = 0x01;
 
 } // namespace
 
+// Init and set-parameters carry the same four setting bytes, the adapter's own codes, unchecked;
+// only the command code differs.
 StatusCode TarvixAsyncSDK::i3cControllerInit(TransactionId transactionId, std::uint8_t pushPullRate,
                                              std::uint8_t openDrainRate, std::uint8_t i2cRate,
                                              std::uint8_t driveStrength)
 {
-    return sendControllerSettings(*session_, transactionId, cmd::kI3cControllerInit, pushPullRate, openDrainRate,
-                                  i2cRate, driveStrength);
+    return session_->sendByteFields(transactionId, cmd::kI3cControllerInit, pushPullRate, openDrainRate, i2cRate,
+                                    driveStrength);
 }
 
 StatusCode TarvixAsyncSDK::i3cSetParameters(TransactionId transactionId, std::uint8_t pushPullRate,
                                             std::uint8_t openDrainRate, std::uint8_t i2cRate,
                                             std::uint8_t driveStrength)
 {
-    return sendControllerSettings(*session_, transactionId, cmd::kI3cSetParameters, pushPullRate, openDrainRate,
-                                  i2cRate, driveStrength);
+    return session_->sendByteFields(transactionId, cmd::kI3cSetParameters, pushPullRate, openDrainRate, i2cRate,
+                                    driveStrength);
 }
 
 // The count field is one byte, so a list is at most 255 targets: the count is the size cut to
@@ -81,16 +73,16 @@ StatusCode TarvixAsyncSDK::i3cSetTargetDeviceConfiguration(TransactionId transac
                                                            I3cTargetConfiguration configuration)
 {
     // The raw byte goes as given: the bit view is only a convenience for the caller.
-    return session_->send(transactionId, cmd::kI3cSetTargetDeviceConfiguration, true,
-                          [&](FrameBuilder& f) { f.u8(targetAddress).u8(configuration.raw); });
+    return session_->sendByteFields(transactionId, cmd::kI3cSetTargetDeviceConfiguration, targetAddress,
+                                    configuration.raw);
 }
 
 StatusCode TarvixAsyncSDK::i3cHdrExitPattern(TransactionId transactionId)
 {
-    return session_->send(transactionId, cmd::kI3cBusPattern, true, [](FrameBuilder& f) { f.u8(kHdrExitPattern); });
+    return session_->sendByteFields(transactionId, cmd::kI3cBusPattern, kHdrExitPattern);
 }
 
 StatusCode TarvixAsyncSDK::i3cTargetResetPattern(TransactionId transactionId)
 {
-    return session_->send(transactionId, cmd::kI3cBusPattern, true, [](FrameBuilder& f) { f.u8(kTargetResetPattern); });
+    return session_->sendByteFields(transactionId, cmd::kI3cBusPattern, kTargetResetPattern);
 }

@@ -65,20 +65,13 @@ StatusCode sendHdrDdrTransfer(AsyncSession& session, TransactionId transactionId
 
 } // namespace
 
+// Reads: the length field asks for `length` bytes, and no data follows.
 StatusCode TarvixAsyncSDK::i3cSdrRead(TransactionId transactionId, std::uint8_t targetAddress,
                                       const std::vector<std::uint8_t>& registerAddress, std::uint16_t length,
                                       I3cTransferFlags flags)
 {
     return sendRegisterTransfer(*session_, transactionId, targetAddress, I3cTransferMode::SDR,
                                 I3cTransferDirection::READ, flags, registerAddress, length, {});
-}
-
-StatusCode TarvixAsyncSDK::i3cSdrWrite(TransactionId transactionId, std::uint8_t targetAddress,
-                                       const std::vector<std::uint8_t>& registerAddress,
-                                       const std::vector<std::uint8_t>& data, I3cTransferFlags flags)
-{
-    return sendRegisterTransfer(*session_, transactionId, targetAddress, I3cTransferMode::SDR,
-                                I3cTransferDirection::WRITE, flags, registerAddress, count16(data.size()), data);
 }
 
 StatusCode TarvixAsyncSDK::i3cLegacyI2cRead(TransactionId transactionId, std::uint8_t targetAddress,
@@ -89,18 +82,27 @@ StatusCode TarvixAsyncSDK::i3cLegacyI2cRead(TransactionId transactionId, std::ui
                                 I3cTransferDirection::READ, flags, registerAddress, length, {});
 }
 
+StatusCode TarvixAsyncSDK::i3cHdrDdrRead(TransactionId transactionId, std::uint8_t targetAddress, std::uint8_t command,
+                                         std::uint16_t length)
+{
+    return sendHdrDdrTransfer(*session_, transactionId, targetAddress, I3cTransferDirection::READ, command, length, {});
+}
+
+// Writes: the length field is the data's size.
+StatusCode TarvixAsyncSDK::i3cSdrWrite(TransactionId transactionId, std::uint8_t targetAddress,
+                                       const std::vector<std::uint8_t>& registerAddress,
+                                       const std::vector<std::uint8_t>& data, I3cTransferFlags flags)
+{
+    return sendRegisterTransfer(*session_, transactionId, targetAddress, I3cTransferMode::SDR,
+                                I3cTransferDirection::WRITE, flags, registerAddress, count16(data.size()), data);
+}
+
 StatusCode TarvixAsyncSDK::i3cLegacyI2cWrite(TransactionId transactionId, std::uint8_t targetAddress,
                                              const std::vector<std::uint8_t>& registerAddress,
                                              const std::vector<std::uint8_t>& data, I3cTransferFlags flags)
 {
     return sendRegisterTransfer(*session_, transactionId, targetAddress, I3cTransferMode::LEGACY_I2C,
                                 I3cTransferDirection::WRITE, flags, registerAddress, count16(data.size()), data);
-}
-
-StatusCode TarvixAsyncSDK::i3cHdrDdrRead(TransactionId transactionId, std::uint8_t targetAddress, std::uint8_t command,
-                                         std::uint16_t length)
-{
-    return sendHdrDdrTransfer(*session_, transactionId, targetAddress, I3cTransferDirection::READ, command, length, {});
 }
 
 StatusCode TarvixAsyncSDK::i3cHdrDdrWrite(TransactionId transactionId, std::uint8_t targetAddress, std::uint8_t command,

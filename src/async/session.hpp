@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <type_traits>
 #include <vector>
 
 #include "../transport/segmentation.hpp"
@@ -51,6 +52,17 @@ public:
     StatusCode send(TransactionId transactionId, std::uint16_t code)
     {
         return send(transactionId, code, true, [](FrameBuilder&) {});
+    }
+
+    // A command whose payload is one byte per argument, in order, without checks: bytes as
+    // they are, enumerations as their value's low byte. Wider values need a field of their own
+    // and are refused at compile time.
+    template <class... Fields>
+    StatusCode sendByteFields(TransactionId transactionId, std::uint16_t code, Fields... fields)
+    {
+        static_assert(((std::is_enum<Fields>::value || std::is_same<Fields, std::uint8_t>::value) && ...),
+                      "a byte field is a std::uint8_t or an enumeration");
+        return send(transactionId, code, true, [&](FrameBuilder& f) { (f.u8(lowByte(fields)), ...); });
     }
 
 private:

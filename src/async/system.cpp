@@ -16,5 +16,5 @@ StatusCode TarvixAsyncSDK::enterBootMode(TransactionId transactionId)
 
 StatusCode TarvixAsyncSDK::getUsbString(TransactionId transactionId, std::uint8_t index)
 {
-    return session_->send(transactionId, cmd::kGetUsbString, true, [&](FrameBuilder& f) { f.u8(index); });
+    return session_->sendByteFields(transactionId, cmd::kGetUsbString, index);
 }

@@ -6,31 +6,19 @@
 
 using namespace tarvix_detail;
 
-namespace {
-
 // Init and set-parameters carry the same five settings; only the command code tells them apart.
-StatusCode sendPortSettings(AsyncSession& session, TransactionId transactionId, std::uint16_t code,
-                            UartBaudRate baudRate, UartHwHandshake hwHandshake, UartParity parity,
-                            UartDataSize dataSize, UartStopBit stopBit)
-{
-    return session.send(transactionId, code, true,
-                        [&](FrameBuilder& f) { f.e8(baudRate).e8(hwHandshake).e8(parity).e8(dataSize).e8(stopBit); });
-}
-
-} // namespace
-
 StatusCode TarvixAsyncSDK::uartInit(TransactionId transactionId, UartBaudRate baudRate, UartHwHandshake hwHandshake,
                                     UartParity parity, UartDataSize dataSize, UartStopBit stopBit)
 {
-    return sendPortSettings(*session_, transactionId, cmd::kUartInit, baudRate, hwHandshake, parity, dataSize, stopBit);
+    return session_->sendByteFields(transactionId, cmd::kUartInit, baudRate, hwHandshake, parity, dataSize, stopBit);
 }
 
 StatusCode TarvixAsyncSDK::uartSetParameters(TransactionId transactionId, UartBaudRate baudRate,
                                              UartHwHandshake hwHandshake, UartParity parity, UartDataSize dataSize,
                                              UartStopBit stopBit)
 {
-    return sendPortSettings(*session_, transactionId, cmd::kUartSetParameters, baudRate, hwHandshake, parity, dataSize,
-                            stopBit);
+    return session_->sendByteFields(transactionId, cmd::kUartSetParameters, baudRate, hwHandshake, parity, dataSize,
+                                    stopBit);
 }
 
 StatusCode TarvixAsyncSDK::uartDeinit(TransactionId transactionId)

@@ -26,18 +26,20 @@ StatusCode TarvixSDK_GpioConfigureInterrupt(H* h, GpioPinNumber pin, GpioTrigger
 StatusCode TarvixSDK_GpioDigitalRead(H* h, GpioPinNumber pin, GpioLogicLevel* level) { return forward(h, &S::gpioDigitalRead, pin, unchecked(level)); }
 StatusCode TarvixSDK_GpioDigitalWrite(H* h, GpioPinNumber pin, GpioLogicLevel level) { return forward(h, &S::gpioDigitalWrite, pin, level); }
 StatusCode TarvixSDK_GpioDisableInterrupt(H* h, GpioPinNumber pin) { return forward(h, &S::gpioDisableInterrupt, pin); }
+// The shared I2C/SPI/UART/GPIO rail: four names for each operation, one per family.
 StatusCode TarvixSDK_GpioGetVoltage(H* h, uint16_t* voltage) { return forward(h, &S::gpioGetVoltage, required(voltage)); }
-StatusCode TarvixSDK_GpioSetVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::gpioSetVoltage, voltage, flag); }
-StatusCode TarvixSDK_GpioUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::gpioUseExternalVoltage, useExternal); }
 StatusCode TarvixSDK_I2cGetBusVoltage(H* h, uint16_t* voltage) { return forward(h, &S::i2cGetBusVoltage, required(voltage)); }
-StatusCode TarvixSDK_I2cSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::i2cSetBusVoltage, voltage, flag); }
-StatusCode TarvixSDK_I2cUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::i2cUseExternalVoltage, useExternal); }
 StatusCode TarvixSDK_SpiGetBusVoltage(H* h, uint16_t* voltage) { return forward(h, &S::spiGetBusVoltage, required(voltage)); }
-StatusCode TarvixSDK_SpiSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::spiSetBusVoltage, voltage, flag); }
-StatusCode TarvixSDK_SpiUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::spiUseExternalVoltage, useExternal); }
 StatusCode TarvixSDK_UartGetBusVoltage(H* h, uint16_t* voltage) { return forward(h, &S::uartGetBusVoltage, required(voltage)); }
+StatusCode TarvixSDK_GpioSetVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::gpioSetVoltage, voltage, flag); }
+StatusCode TarvixSDK_I2cSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::i2cSetBusVoltage, voltage, flag); }
+StatusCode TarvixSDK_SpiSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::spiSetBusVoltage, voltage, flag); }
 StatusCode TarvixSDK_UartSetBusVoltage(H* h, uint16_t voltage, bool flag) { return forward(h, &S::uartSetBusVoltage, voltage, flag); }
+StatusCode TarvixSDK_GpioUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::gpioUseExternalVoltage, useExternal); }
+StatusCode TarvixSDK_I2cUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::i2cUseExternalVoltage, useExternal); }
+StatusCode TarvixSDK_SpiUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::spiUseExternalVoltage, useExternal); }
 StatusCode TarvixSDK_UartUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::uartUseExternalVoltage, useExternal); }
+// The I3C rail.
 StatusCode TarvixSDK_I3cGetBusVoltage(H* h, uint16_t* voltage1, uint16_t* voltage2) { return forward(h, &S::i3cGetBusVoltage, required(voltage1), required(voltage2)); }
 StatusCode TarvixSDK_I3cSetBusVoltage(H* h, uint16_t voltage) { return forward(h, &S::i3cSetBusVoltage, voltage); }
 StatusCode TarvixSDK_I3cUseExternalVoltage(H* h, bool useExternal) { return forward(h, &S::i3cUseExternalVoltage, useExternal); }
@@ -152,11 +154,15 @@ StatusCode cccBytes(H* h, std::uint8_t* buffer, std::size_t capacity, std::uint8
     });
 }
 
-// SDR and legacy I2C reads share their checks and their copy (at most the `length` asked for);
-// only SDR reports the count.
-template <class Read>
-StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength,
-                       std::uint16_t length, std::uint8_t* data, std::uint16_t* dataLength, bool wantsLength, Read read)
+// SDR and legacy I2C transfers have one signature per direction; they differ only in the
+// method called. Reads share their checks and their copy (at most the `length` asked for); only
+// SDR reports the count.
+using RegisterRead = StatusCode (S::*)(std::uint8_t, const Bytes&, std::uint16_t, Bytes&, I3cTransferFlags);
+using RegisterWrite = StatusCode (S::*)(std::uint8_t, const Bytes&, const Bytes&, I3cTransferFlags);
+
+StatusCode privateRead(H* h, RegisterRead read, std::uint8_t targetAddress, const std::uint8_t* registerAddress,
+                       std::uint8_t registerAddressLength, std::uint16_t length, std::uint8_t* data,
+                       std::uint16_t* dataLength, bool wantsLength, I3cTransferFlags flags)
 {
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
@@ -167,14 +173,15 @@ StatusCode privateRead(H* h, const std::uint8_t* registerAddress, std::uint8_t r
     }
     return guard([&] {
         Bytes result;
-        const StatusCode status = read(*h->sdk, bytesFrom(registerAddress, registerAddressLength), result);
+        const StatusCode status = (h->sdk.get()->*read)(
+            targetAddress, bytesFrom(registerAddress, registerAddressLength), length, result, flags);
         return copyOutOnSuccess(status, result, data, length, dataLength);
     });
 }
 
-template <class Write>
-StatusCode privateWrite(H* h, const std::uint8_t* registerAddress, std::uint8_t registerAddressLength,
-                        const std::uint8_t* data, std::uint16_t dataLength, Write write)
+StatusCode privateWrite(H* h, RegisterWrite write, std::uint8_t targetAddress, const std::uint8_t* registerAddress,
+                        std::uint8_t registerAddressLength, const std::uint8_t* data, std::uint16_t dataLength,
+                        I3cTransferFlags flags)
 {
     if (h == nullptr) {
         return StatusCode::NOT_CONNECTED;
@@ -182,8 +189,10 @@ StatusCode privateWrite(H* h, const std::uint8_t* registerAddress, std::uint8_t 
     if (!registerAddressValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return guard(
-        [&] { return write(*h->sdk, bytesFrom(registerAddress, registerAddressLength), bytesFrom(data, dataLength)); });
+    return guard([&] {
+        return (h->sdk.get()->*write)(targetAddress, bytesFrom(registerAddress, registerAddressLength),
+                                      bytesFrom(data, dataLength), flags);
+    });
 }
 
 // SETBUSCON and SETXTIME: optional trailing bytes checked, then the method.
@@ -316,39 +325,32 @@ StatusCode TarvixSDK_I3cSdrRead(H* h, uint8_t targetAddress, const uint8_t* regi
                                 uint8_t registerAddressLength, uint16_t length, uint8_t* data, uint16_t* dataLength,
                                 I3cTransferFlags flags)
 {
-    return privateRead(
-        h, registerAddress, registerAddressLength, length, data, dataLength, true,
-        [&](S& sdk, const Bytes& reg, Bytes& out) { return sdk.i3cSdrRead(targetAddress, reg, length, out, flags); });
+    return privateRead(h, &S::i3cSdrRead, targetAddress, registerAddress, registerAddressLength, length, data,
+                       dataLength, true, flags);
 }
 
 StatusCode TarvixSDK_I3cLegacyI2CRead(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
                                       uint8_t registerAddressLength, uint16_t length, uint8_t* data,
                                       I3cTransferFlags flags)
 {
-    return privateRead(h, registerAddress, registerAddressLength, length, data, nullptr, false,
-                       [&](S& sdk, const Bytes& reg, Bytes& out) {
-                           return sdk.i3cLegacyI2cRead(targetAddress, reg, length, out, flags);
-                       });
+    return privateRead(h, &S::i3cLegacyI2cRead, targetAddress, registerAddress, registerAddressLength, length, data,
+                       nullptr, false, flags);
 }
 
 StatusCode TarvixSDK_I3cSdrWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
                                  uint8_t registerAddressLength, const uint8_t* data, uint16_t dataLength,
                                  I3cTransferFlags flags)
 {
-    return privateWrite(h, registerAddress, registerAddressLength, data, dataLength,
-                        [&](S& sdk, const Bytes& reg, const Bytes& bytes) {
-                            return sdk.i3cSdrWrite(targetAddress, reg, bytes, flags);
-                        });
+    return privateWrite(h, &S::i3cSdrWrite, targetAddress, registerAddress, registerAddressLength, data, dataLength,
+                        flags);
 }
 
 StatusCode TarvixSDK_I3cLegacyI2CWrite(H* h, uint8_t targetAddress, const uint8_t* registerAddress,
                                        uint8_t registerAddressLength, const uint8_t* data, uint16_t dataLength,
                                        I3cTransferFlags flags)
 {
-    return privateWrite(h, registerAddress, registerAddressLength, data, dataLength,
-                        [&](S& sdk, const Bytes& reg, const Bytes& bytes) {
-                            return sdk.i3cLegacyI2cWrite(targetAddress, reg, bytes, flags);
-                        });
+    return privateWrite(h, &S::i3cLegacyI2cWrite, targetAddress, registerAddress, registerAddressLength, data,
+                        dataLength, flags);
 }
 
 StatusCode TarvixSDK_I3cHdrDdrRead(H* h, uint8_t targetAddress, uint8_t command, uint16_t length, uint16_t* dataLength,

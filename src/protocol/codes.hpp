@@ -1,4 +1,6 @@
 // Command and notification codes of the adapter protocol, grouped by family in their high byte.
+// Each kind is an enumeration over the 16-bit code field; an enumerator converts to std::uint16_t
+// wherever a frame is built or read.
 #pragma once
 
 #include <cstdint>
@@ -6,53 +8,57 @@
 namespace tarvix_detail {
 namespace cmd {
 
-// Device and supply rails
-constexpr std::uint16_t kResetDevice = 0x0401;
-constexpr std::uint16_t kEnterBootMode = 0x0402;
-constexpr std::uint16_t kSetI3cVoltage = 0x0404;
-constexpr std::uint16_t kSetSharedVoltage = 0x0405;
-constexpr std::uint16_t kGetUsbString = 0x0407;
-constexpr std::uint16_t kGetAnalogMeasurements = 0x0409;
-constexpr std::uint16_t kUseExternalI3cVoltage = 0x040A;
-constexpr std::uint16_t kUseExternalSharedVoltage = 0x040B;
-// I2C
-constexpr std::uint16_t kI2cSetPullUpResistors = 0x0802;
-constexpr std::uint16_t kI2cControllerInit = 0x0901;
-constexpr std::uint16_t kI2cSetParameters = 0x0902;
-constexpr std::uint16_t kI2cWrite = 0x0904;
-constexpr std::uint16_t kI2cRead = 0x0905;
-constexpr std::uint16_t kI2cScanBus = 0x0906;
-// SPI
-constexpr std::uint16_t kSpiControllerInit = 0x0D01;
-constexpr std::uint16_t kSpiSetParameters = 0x0D02;
-constexpr std::uint16_t kSpiTransfer = 0x0D04;
-// UART
-constexpr std::uint16_t kUartDeinit = 0x1001;
-constexpr std::uint16_t kUartInit = 0x1002;
-constexpr std::uint16_t kUartSetParameters = 0x1003;
-constexpr std::uint16_t kUartSendMessage = 0x1005;
-// GPIO
-constexpr std::uint16_t kGpioConfigurePin = 0x1401;
-constexpr std::uint16_t kGpioDigitalWrite = 0x1402;
-constexpr std::uint16_t kGpioDigitalRead = 0x1403;
-constexpr std::uint16_t kGpioConfigureInterrupt = 0x1404;
-constexpr std::uint16_t kGpioDisableInterrupt = 0x1405;
-// I3C
-constexpr std::uint16_t kI3cControllerInit = 0x1901;
-constexpr std::uint16_t kI3cSetParameters = 0x1902;
-constexpr std::uint16_t kI3cInitBus = 0x1904;
-constexpr std::uint16_t kI3cResetBus = 0x1905;
-constexpr std::uint16_t kI3cGetDeviceTable = 0x1906;
-constexpr std::uint16_t kI3cSetTargetDeviceConfiguration = 0x1907;
-constexpr std::uint16_t kI3cPrivateTransfer = 0x1908;
-constexpr std::uint16_t kI3cCccTransfer = 0x1909;
-constexpr std::uint16_t kI3cBusPattern = 0x190A;
+enum CommandCode : std::uint16_t {
+    // Device and supply rails
+    kResetDevice = 0x0401,
+    kEnterBootMode = 0x0402,
+    kSetI3cVoltage = 0x0404,
+    kSetSharedVoltage = 0x0405,
+    kGetUsbString = 0x0407,
+    kGetAnalogMeasurements = 0x0409,
+    kUseExternalI3cVoltage = 0x040A,
+    kUseExternalSharedVoltage = 0x040B,
+    // I2C
+    kI2cSetPullUpResistors = 0x0802,
+    kI2cControllerInit = 0x0901,
+    kI2cSetParameters = 0x0902,
+    kI2cWrite = 0x0904,
+    kI2cRead = 0x0905,
+    kI2cScanBus = 0x0906,
+    // SPI
+    kSpiControllerInit = 0x0D01,
+    kSpiSetParameters = 0x0D02,
+    kSpiTransfer = 0x0D04,
+    // UART
+    kUartDeinit = 0x1001,
+    kUartInit = 0x1002,
+    kUartSetParameters = 0x1003,
+    kUartSendMessage = 0x1005,
+    // GPIO
+    kGpioConfigurePin = 0x1401,
+    kGpioDigitalWrite = 0x1402,
+    kGpioDigitalRead = 0x1403,
+    kGpioConfigureInterrupt = 0x1404,
+    kGpioDisableInterrupt = 0x1405,
+    // I3C
+    kI3cControllerInit = 0x1901,
+    kI3cSetParameters = 0x1902,
+    kI3cInitBus = 0x1904,
+    kI3cResetBus = 0x1905,
+    kI3cGetDeviceTable = 0x1906,
+    kI3cSetTargetDeviceConfiguration = 0x1907,
+    kI3cPrivateTransfer = 0x1908,
+    kI3cCccTransfer = 0x1909,
+    kI3cBusPattern = 0x190A,
+};
 
-// Notification codes (frames with transaction id 0)
-constexpr std::uint16_t kNotifyUartRx = 0x1081;
-constexpr std::uint16_t kNotifyGpioInterrupt = 0x1481;
-constexpr std::uint16_t kNotifyI3cIbi = 0x1981;
-constexpr std::uint16_t kNotifyI3cHotJoin = 0x1982;
+// Frames with transaction id 0, sent by the adapter unasked.
+enum NotificationCode : std::uint16_t {
+    kNotifyUartRx = 0x1081,
+    kNotifyGpioInterrupt = 0x1481,
+    kNotifyI3cIbi = 0x1981,
+    kNotifyI3cHotJoin = 0x1982,
+};
 
 } // namespace cmd
 } // namespace tarvix_detail

@@ -356,20 +356,7 @@ bool HidTransport::open(const std::string& path, const std::string& serial)
             reader_ = std::thread(&HidTransport::directLoop, this, kind_->reportSize);
         }
     } catch (const std::system_error&) {
-        running_.store(false);
-        if (queue_) {
-            queue_->stop();
-        }
-        if (reader_.joinable()) {
-            reader_.join();
-        }
-        queue_.reset();
-        hid_close(handle_);
-        handle_ = nullptr;
-        kind_ = nullptr;
-        path_.clear();
-        claim_.reset();
-        open_ = false;
+        stopAndRelease(); // with queueReports, the reader may be running already
         fail(ConnectError::SYSTEM_ERROR, "cannot start the HID reader thread");
         throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
                                 "cannot start the HID reader thread");
@@ -387,6 +374,11 @@ void HidTransport::close()
         throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur),
                                 "disconnect called from the HID reader thread");
     }
+    stopAndRelease();
+}
+
+void HidTransport::stopAndRelease()
+{
     {
         std::lock_guard<std::mutex> lock(stopMutex_);
         running_.store(false);

@@ -137,6 +137,9 @@ private:
     // Waits up to `ms` or until close() asks the reader to stop.
     void pause(int ms);
     void fail(ConnectError error, std::string message);
+    // Stops and joins whichever threads run, closes the device and forgets it: the end of
+    // close(), and the way back out of an open() whose threads could not all start.
+    void stopAndRelease();
 
     const DeviceKind* kind_ = nullptr;
     std::string path_;
