@@ -1,5 +1,7 @@
 #include "firmware/firmware.hpp"
 
+#include <unordered_map>
+
 namespace tarvix_virtual::detail {
 
 Reply::Reply(const Request& request, std::vector<std::uint8_t>& frame) : FieldWriter(frame), frame_(frame)
@@ -17,6 +19,34 @@ void Reply::notify(std::uint16_t code, const std::vector<std::uint8_t>& payload)
     notifications_.push_back(notificationFrame(code, static_cast<std::uint16_t>(DeviceStatus::SUCCESS), payload));
 }
 
+std::optional<bool> flagAt(const Request& request, std::size_t offset, Reply& reply)
+{
+    const auto flag = request.u8(offset);
+    if (flag && *flag <= 1) return *flag == 1;
+    reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+    return std::nullopt;
+}
+
+std::optional<std::uint8_t> settingAt(const Request& request, std::size_t offset, std::uint8_t min, std::uint8_t max,
+                                      Reply& reply)
+{
+    const auto setting = request.u8(offset);
+    if (setting && *setting >= min && *setting <= max) return setting;
+    reply.setStatus(setting ? DeviceStatus::UNSUPPORTED_SETTING : DeviceStatus::INVALID_PARAMETER);
+    return std::nullopt;
+}
+
+bool settingsAccepted(const Request& request, std::size_t size, bool ready, DeviceStatus notReady, Reply& reply)
+{
+    if (request.size() < size)
+        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+    else if (!ready)
+        reply.setStatus(notReady);
+    else
+        return true;
+    return false;
+}
+
 void restartFirmware(FirmwareState& state)
 {
     state.rails.restart();
@@ -29,17 +59,16 @@ void restartFirmware(FirmwareState& state)
 
 namespace {
 
+using CommandTable = std::unordered_map<std::uint16_t, CommandHandler>;
+
 const CommandTable& commandTable()
 {
     static const CommandTable table = [] {
         CommandTable t;
-        registerSystemCommands(t);
-        registerRailsCommands(t);
-        registerGpioCommands(t);
-        registerI2cCommands(t);
-        registerSpiCommands(t);
-        registerUartCommands(t);
-        registerI3cCommands(t);
+        for (const CommandRows* family : {&kSystemCommands, &kRailsCommands, &kGpioCommands, &kI2cCommands,
+                                          &kSpiCommands, &kUartCommands, &kI3cCommands}) {
+            for (const Command& row : *family) t.emplace(row.code, row.handler);
+        }
         return t;
     }();
     return table;

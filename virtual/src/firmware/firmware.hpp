@@ -7,13 +7,13 @@
 //      the Request's field functions at offsets named in that file (a field
 //      the host did not send whole is std::nullopt), sets the Reply's status
 //      when it is not SUCCESS and appends the answer's payload fields to it.
-//   3. Add it to the family's register<Family>Commands() under its code.
+//   3. Add a {code, handler} row to the family's table, k<Family>Commands.
 // A code with no handler is answered SUCCESS with no payload, so the host side
 // of a command can be exercised before its model exists.
 //
 // Adding a family: write firmware/<family>.cpp (virtual/CMakeLists.txt takes
-// every file here) with its register function, declare that below and call it
-// from commandTable() in firmware.cpp. Declare the state it keeps between
+// every file here) with its command table, declare that below and list it in
+// commandTable() in firmware.cpp. Declare the state it keeps between
 // commands in firmware/<family>.hpp as a member of FirmwareState, with a
 // restart() that restartFirmware() calls.
 //
@@ -32,8 +32,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <optional>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -120,21 +121,41 @@ private:
     std::vector<std::vector<std::uint8_t>> notifications_;
 };
 
+// Checks the families share. Each returns what the request holds, or sets the
+// reply's status and returns nothing when the request fails it.
+
+// A 0/1 flag byte: missing it or any other value is INVALID_PARAMETER.
+std::optional<bool> flagAt(const Request& request, std::size_t offset, Reply& reply);
+// A setting byte the adapter supports from @p min to @p max: missing it is
+// INVALID_PARAMETER, a value outside the range UNSUPPORTED_SETTING.
+std::optional<std::uint8_t> settingAt(const Request& request, std::size_t offset, std::uint8_t min, std::uint8_t max,
+                                      Reply& reply);
+// The opening checks of a controller's init and set-parameters commands,
+// which carry the same settings: the payload must hold all @p size bytes of
+// them (INVALID_PARAMETER), and the controller must be @p ready for them
+// (@p notReady): init always is, set-parameters once init has run.
+bool settingsAccepted(const Request& request, std::size_t size, bool ready, DeviceStatus notReady, Reply& reply);
+
 // A register address travels in a 4-byte field of the I2C and I3C transfer
 // requests, so it has at most 4 bytes.
 inline constexpr std::size_t kMaxRegisterBytes = 4;
 
 using CommandHandler = void (*)(FirmwareState& state, const Request& request, Reply& reply);
-using CommandTable = std::unordered_map<std::uint16_t, CommandHandler>;
+// One row of a family's command table.
+struct Command {
+    std::uint16_t code;
+    CommandHandler handler;
+};
+using CommandRows = std::initializer_list<Command>;
 
 // One per command family, each in firmware/<family>.cpp.
-void registerSystemCommands(CommandTable& table);
-void registerRailsCommands(CommandTable& table);
-void registerGpioCommands(CommandTable& table);
-void registerI2cCommands(CommandTable& table);
-void registerSpiCommands(CommandTable& table);
-void registerUartCommands(CommandTable& table);
-void registerI3cCommands(CommandTable& table);
+extern const CommandRows kSystemCommands;
+extern const CommandRows kRailsCommands;
+extern const CommandRows kGpioCommands;
+extern const CommandRows kI2cCommands;
+extern const CommandRows kSpiCommands;
+extern const CommandRows kUartCommands;
+extern const CommandRows kI3cCommands;
 
 class Firmware {
 public:

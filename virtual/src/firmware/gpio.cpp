@@ -78,16 +78,6 @@ std::optional<std::uint8_t> pinOf(const Request& request, Reply& reply)
     return pin;
 }
 
-std::optional<bool> levelAt(const Request& request, std::size_t offset, Reply& reply)
-{
-    const auto level = request.u8(offset);
-    if (!level || *level > 1) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return std::nullopt;
-    }
-    return *level == 1;
-}
-
 // A change to the pins may fire interrupts; they follow the command's answer.
 template <class Change>
 void changePins(GpioState& gpio, Reply& reply, Change&& change)
@@ -102,16 +92,9 @@ void configurePin(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto pin = pinOf(request, reply);
     if (!pin) return;
-    const auto function = request.u8(kFunction);
-    if (!function) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
-    if (*function > static_cast<std::uint8_t>(PinFunction::DISABLED)) {
-        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
-        return;
-    }
-    const auto level = levelAt(request, kInitialLevel, reply);
+    const auto function = settingAt(request, kFunction, 0, static_cast<std::uint8_t>(PinFunction::DISABLED), reply);
+    if (!function) return;
+    const auto level = flagAt(request, kInitialLevel, reply);
     if (!level) return;
     changePins(state.gpio, reply, [&] {
         GpioPin& target = state.gpio.pins[*pin];
@@ -126,13 +109,10 @@ void digitalWrite(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto pin = pinOf(request, reply);
     if (!pin) return;
-    const auto level = levelAt(request, kLevel, reply);
+    const auto level = flagAt(request, kLevel, reply);
     if (!level) return;
     GpioPin& target = state.gpio.pins[*pin];
-    if (target.function != PinFunction::OUTPUT) {
-        reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
-        return;
-    }
+    if (target.function != PinFunction::OUTPUT) return reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
     changePins(state.gpio, reply, [&] { target.output = *level; });
 }
 
@@ -154,20 +134,11 @@ void armInterrupt(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto pin = pinOf(request, reply);
     if (!pin) return;
-    const auto trigger = request.u8(kTrigger);
-    if (!trigger) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
-    if (*trigger < static_cast<std::uint8_t>(Trigger::RISING) || *trigger > static_cast<std::uint8_t>(Trigger::BOTH)) {
-        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
-        return;
-    }
+    const auto trigger = settingAt(request, kTrigger, static_cast<std::uint8_t>(Trigger::RISING),
+                                   static_cast<std::uint8_t>(Trigger::BOTH), reply);
+    if (!trigger) return;
     GpioPin& target = state.gpio.pins[*pin];
-    if (target.function != PinFunction::INTERRUPT) {
-        reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
-        return;
-    }
+    if (target.function != PinFunction::INTERRUPT) return reply.setStatus(DeviceStatus::PIN_FUNCTION_MISMATCH);
     target.trigger = static_cast<Trigger>(*trigger);
 }
 
@@ -178,13 +149,12 @@ void disarmInterrupt(FirmwareState& state, const Request& request, Reply& reply)
 
 } // namespace
 
-void registerGpioCommands(CommandTable& table)
-{
-    table[codes::GPIO_CONFIGURE_PIN] = configurePin;
-    table[codes::GPIO_WRITE] = digitalWrite;
-    table[codes::GPIO_READ] = digitalRead;
-    table[codes::GPIO_ARM_INTERRUPT] = armInterrupt;
-    table[codes::GPIO_DISARM_INTERRUPT] = disarmInterrupt;
-}
+constexpr CommandRows kGpioCommands{
+    {codes::GPIO_CONFIGURE_PIN, configurePin},
+    {codes::GPIO_WRITE, digitalWrite},
+    {codes::GPIO_READ, digitalRead},
+    {codes::GPIO_ARM_INTERRUPT, armInterrupt},
+    {codes::GPIO_DISARM_INTERRUPT, disarmInterrupt},
+};
 
 } // namespace tarvix_virtual::detail

@@ -62,6 +62,7 @@ namespace {
 constexpr std::size_t kBus           = 0;
 constexpr std::size_t kFrequency     = 1;   // init, set parameters: u32 Hz
 constexpr std::size_t kOption        = 5;   // init, set parameters
+constexpr std::size_t kSettingsSize  = 6;
 constexpr std::size_t kPullUp        = 1;   // pull-ups: selection 0..3, 0 = none
 // Transfer head of a write or read, then (write only) the data.
 constexpr std::size_t kCount         = 1;   // u16: bytes written, or to read
@@ -74,65 +75,37 @@ constexpr std::size_t kData          = 10;  // after the flag byte at 9
 constexpr std::uint8_t kMaxAddress = 0x7F;
 
 // The adapter has ports 0 and 1.
-I2cBus* busOf(FirmwareState& state, std::uint8_t index, Reply& reply)
+I2cBus* busOf(FirmwareState& state, std::optional<std::uint8_t> index, Reply& reply)
 {
-    if (index >= I2cState::kBuses) {
+    if (!index || *index >= I2cState::kBuses) {
         reply.setStatus(DeviceStatus::INVALID_PARAMETER);
         return nullptr;
     }
-    return &state.i2c.buses[index];
+    return &state.i2c.buses[*index];
 }
 
 // Init and set-parameters carry the same fields; only init may find the port
 // uninitialised.
-void configure(FirmwareState& state, const Request& request, Reply& reply, bool init)
+template <bool Init>
+void configure(FirmwareState& state, const Request& request, Reply& reply)
 {
-    const auto index = request.u8(kBus);
-    const auto frequency = request.u32(kFrequency);
-    const auto option = request.u8(kOption);
-    if (!index || !frequency || !option) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+    I2cBus* bus = busOf(state, request.u8(kBus), reply);
+    if (!bus || !settingsAccepted(request, kSettingsSize, Init || bus->initialised,
+                                  DeviceStatus::I2C_BUS_NOT_INITIALISED, reply))
         return;
-    }
-    I2cBus* bus = busOf(state, *index, reply);
-    if (!bus) return;
-    if (!init && !bus->initialised) {
-        reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
-        return;
-    }
-    if (*frequency < I2cState::kMinFrequency || *frequency > I2cState::kMaxFrequency) {
-        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
-        return;
-    }
+    const std::uint32_t frequency = *request.u32(kFrequency);
+    if (frequency < I2cState::kMinFrequency || frequency > I2cState::kMaxFrequency)
+        return reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
     bus->initialised = true;
-    bus->frequency = *frequency;
-    bus->option = *option;
-}
-
-void init(FirmwareState& state, const Request& request, Reply& reply)
-{
-    configure(state, request, reply, true);
-}
-void setParameters(FirmwareState& state, const Request& request, Reply& reply)
-{
-    configure(state, request, reply, false);
+    bus->frequency = frequency;
+    bus->option = *request.u8(kOption);
 }
 
 void setPullUps(FirmwareState& state, const Request& request, Reply& reply)
 {
-    const auto index = request.u8(kBus);
-    const auto pullUp = request.u8(kPullUp);
-    if (!index || !pullUp) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
-    I2cBus* bus = busOf(state, *index, reply);
-    if (!bus) return;
-    if (*pullUp > I2cState::kMaxPullUp) {
-        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
-        return;
-    }
-    bus->pullUp = *pullUp;
+    I2cBus* bus = busOf(state, request.u8(kBus), reply);
+    const auto pullUp = bus ? settingAt(request, kPullUp, 0, I2cState::kMaxPullUp, reply) : std::nullopt;
+    if (pullUp) bus->pullUp = *pullUp;
 }
 
 // The fields of a whole transfer head.
@@ -185,10 +158,7 @@ I2cTarget* targetOf(FirmwareState& state, const std::optional<TransferHead>& hea
 void write(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto head = transferHeadOf(request);
-    if (head && head->count != request.size() - kData) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
+    if (head && head->count != request.size() - kData) return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
     I2cTarget* target = targetOf(state, head, reply);
     if (!target) return;
     std::vector<std::uint8_t> bytes = head->registerBytes;
@@ -223,8 +193,7 @@ void read(FirmwareState& state, const Request& request, Reply& reply)
 void scan(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto index = request.u8(kBus);
-    I2cBus* bus = index ? busOf(state, *index, reply) : nullptr;
-    if (!index) reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+    I2cBus* bus = busOf(state, index, reply);
     if (bus && !bus->initialised) {
         reply.setStatus(DeviceStatus::I2C_BUS_NOT_INITIALISED);
         bus = nullptr;
@@ -237,14 +206,13 @@ void scan(FirmwareState& state, const Request& request, Reply& reply)
 
 } // namespace
 
-void registerI2cCommands(CommandTable& table)
-{
-    table[codes::I2C_SET_PULL_UPS] = setPullUps;
-    table[codes::I2C_INIT] = init;
-    table[codes::I2C_SET_PARAMETERS] = setParameters;
-    table[codes::I2C_WRITE] = write;
-    table[codes::I2C_READ] = read;
-    table[codes::I2C_SCAN] = scan;
-}
+constexpr CommandRows kI2cCommands{
+    {codes::I2C_SET_PULL_UPS, setPullUps},
+    {codes::I2C_INIT, configure<true>},
+    {codes::I2C_SET_PARAMETERS, configure<false>},
+    {codes::I2C_WRITE, write},
+    {codes::I2C_READ, read},
+    {codes::I2C_SCAN, scan},
+};
 
 } // namespace tarvix_virtual::detail

@@ -359,17 +359,16 @@ std::vector<I3cEvent> takeDeliverableEvents(I3cState& state)
     return events;
 }
 
-void registerI3cCommands(CommandTable& table)
-{
-    table[codes::I3C_INIT] = controllerSettings;
-    table[codes::I3C_SET_PARAMETERS] = controllerSettings;
-    table[codes::I3C_INIT_BUS] = initBus;
-    table[codes::I3C_RESET_BUS] = thenEvents<resetBus>;
-    table[codes::I3C_GET_DEVICE_TABLE] = getDeviceTable;
-    table[codes::I3C_SET_TARGET_CONFIGURATION] = setTargetConfiguration;
-    table[codes::I3C_PRIVATE_TRANSFER] = thenEvents<handleI3cPrivateTransfer>;
-    table[codes::I3C_CCC] = thenEvents<handleI3cCcc>;
-    table[codes::I3C_BUS_PATTERN] = thenEvents<busPattern>;
-}
+constexpr CommandRows kI3cCommands{
+    {codes::I3C_INIT, controllerSettings},
+    {codes::I3C_SET_PARAMETERS, controllerSettings},
+    {codes::I3C_INIT_BUS, initBus},
+    {codes::I3C_RESET_BUS, thenEvents<resetBus>},
+    {codes::I3C_GET_DEVICE_TABLE, getDeviceTable},
+    {codes::I3C_SET_TARGET_CONFIGURATION, setTargetConfiguration},
+    {codes::I3C_PRIVATE_TRANSFER, thenEvents<handleI3cPrivateTransfer>},
+    {codes::I3C_CCC, thenEvents<handleI3cCcc>},
+    {codes::I3C_BUS_PATTERN, thenEvents<busPattern>},
+};
 
 } // namespace tarvix_virtual::detail

@@ -21,52 +21,26 @@ constexpr std::size_t kMillivolts = 0; // set: u16
 constexpr std::size_t kSharedFlag = 2; // set shared rail: the extra byte
 constexpr std::size_t kExternal = 0;   // external: 1 = take the supply from outside, 0 = regulator
 
-// Setting a voltage switches the rail back to its own regulator.
-bool setRail(Rail& rail, const Request& request, Reply& reply)
+// Setting a voltage switches the rail back to its own regulator. The shared
+// rail's command carries a third byte, which has no effect on the model's
+// regulator; it is kept as sent.
+template <Rail RailsState::*Member>
+void setVoltage(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto millivolts = request.u16(kMillivolts);
-    if (!millivolts) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return false;
-    }
-    if (*millivolts < RailsState::kMinMillivolts || *millivolts > RailsState::kMaxMillivolts) {
-        reply.setStatus(DeviceStatus::VOLTAGE_OUT_OF_RANGE);
-        return false;
-    }
+    if (!millivolts) return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+    if (*millivolts < RailsState::kMinMillivolts || *millivolts > RailsState::kMaxMillivolts)
+        return reply.setStatus(DeviceStatus::VOLTAGE_OUT_OF_RANGE);
+    Rail& rail = state.rails.*Member;
     rail.millivolts = *millivolts;
     rail.external = false;
-    return true;
+    if constexpr (Member == &RailsState::shared) state.rails.sharedFlag = request.u8(kSharedFlag).value_or(0);
 }
 
-void useExternal(Rail& rail, const Request& request, Reply& reply)
+template <Rail RailsState::*Member>
+void useExternal(FirmwareState& state, const Request& request, Reply& reply)
 {
-    const auto flag = request.u8(kExternal);
-    if (!flag || *flag > 1) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
-    rail.external = *flag == 1;
-}
-
-void setSharedRail(FirmwareState& state, const Request& request, Reply& reply)
-{
-    // The third byte has no effect on the model's regulator; it is kept as sent.
-    if (setRail(state.rails.shared, request, reply)) state.rails.sharedFlag = request.u8(kSharedFlag).value_or(0);
-}
-
-void setI3cRail(FirmwareState& state, const Request& request, Reply& reply)
-{
-    setRail(state.rails.i3c, request, reply);
-}
-
-void sharedExternal(FirmwareState& state, const Request& request, Reply& reply)
-{
-    useExternal(state.rails.shared, request, reply);
-}
-
-void i3cExternal(FirmwareState& state, const Request& request, Reply& reply)
-{
-    useExternal(state.rails.i3c, request, reply);
+    if (const auto external = flagAt(request, kExternal, reply)) (state.rails.*Member).external = *external;
 }
 
 // Answer: shared rail, then the I3C rail measured twice (at the regulator and
@@ -78,13 +52,12 @@ void analogMeasurements(FirmwareState& state, const Request&, Reply& reply)
 
 } // namespace
 
-void registerRailsCommands(CommandTable& table)
-{
-    table[codes::SET_I3C_RAIL] = setI3cRail;
-    table[codes::SET_SHARED_RAIL] = setSharedRail;
-    table[codes::GET_ANALOG_MEASUREMENTS] = analogMeasurements;
-    table[codes::I3C_RAIL_EXTERNAL] = i3cExternal;
-    table[codes::SHARED_RAIL_EXTERNAL] = sharedExternal;
-}
+constexpr CommandRows kRailsCommands{
+    {codes::SET_I3C_RAIL, setVoltage<&RailsState::i3c>},
+    {codes::SET_SHARED_RAIL, setVoltage<&RailsState::shared>},
+    {codes::GET_ANALOG_MEASUREMENTS, analogMeasurements},
+    {codes::I3C_RAIL_EXTERNAL, useExternal<&RailsState::i3c>},
+    {codes::SHARED_RAIL_EXTERNAL, useExternal<&RailsState::shared>},
+};
 
 } // namespace tarvix_virtual::detail

@@ -121,44 +121,25 @@ std::uint8_t reversed(std::uint8_t byte)
 }
 
 // Set-parameters needs an initialised controller.
-void configure(FirmwareState& state, const Request& request, Reply& reply, bool init)
+template <bool Init>
+void configure(FirmwareState& state, const Request& request, Reply& reply)
 {
-    if (request.size() < kSettingsSize) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
     SpiState& spi = state.spi;
-    if (!init && !spi.initialised) {
-        reply.setStatus(DeviceStatus::SPI_NOT_INITIALISED);
+    if (!settingsAccepted(request, kSettingsSize, Init || spi.initialised, DeviceStatus::SPI_NOT_INITIALISED, reply))
         return;
-    }
-    const std::uint8_t bitOrder = *request.u8(kBitOrder);
-    const std::uint8_t mode = *request.u8(kMode);
-    const std::uint8_t dataWidth = *request.u8(kDataWidth);
-    const std::uint8_t chipSelect = *request.u8(kChipSelect);
-    const std::uint8_t polarity = *request.u8(kPolarity);
+    const std::vector<std::uint8_t> settings = request.bytes(0, kSettingsSize);
     const std::uint32_t frequency = *request.u32(kFrequency);
-    if (bitOrder > 1 || mode > 3 || (dataWidth != 8 && dataWidth != 16) || chipSelect >= SpiState::kChipSelects ||
-        polarity > 1 || frequency == 0 || frequency > SpiState::kMaxFrequency) {
-        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
-        return;
-    }
+    if (settings[kBitOrder] > 1 || settings[kMode] > 3 || (settings[kDataWidth] != 8 && settings[kDataWidth] != 16) ||
+        settings[kChipSelect] >= SpiState::kChipSelects || settings[kPolarity] > 1 || frequency == 0 ||
+        frequency > SpiState::kMaxFrequency)
+        return reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
     spi.initialised = true;
-    spi.lsbFirst = bitOrder == 1;
-    spi.mode = mode;
-    spi.dataWidth = dataWidth;
-    spi.chipSelect = chipSelect;
-    spi.activeHigh = polarity == 1;
+    spi.lsbFirst = settings[kBitOrder] == 1;
+    spi.mode = settings[kMode];
+    spi.dataWidth = settings[kDataWidth];
+    spi.chipSelect = settings[kChipSelect];
+    spi.activeHigh = settings[kPolarity] == 1;
     spi.frequency = frequency;
-}
-
-void init(FirmwareState& state, const Request& request, Reply& reply)
-{
-    configure(state, request, reply, true);
-}
-void setParameters(FirmwareState& state, const Request& request, Reply& reply)
-{
-    configure(state, request, reply, false);
 }
 
 // The data count must match the data that follows. The controller clocks
@@ -195,11 +176,10 @@ void transfer(FirmwareState& state, const Request& request, Reply& reply)
 
 } // namespace
 
-void registerSpiCommands(CommandTable& table)
-{
-    table[codes::SPI_INIT] = init;
-    table[codes::SPI_SET_PARAMETERS] = setParameters;
-    table[codes::SPI_TRANSFER] = transfer;
-}
+constexpr CommandRows kSpiCommands{
+    {codes::SPI_INIT, configure<true>},
+    {codes::SPI_SET_PARAMETERS, configure<false>},
+    {codes::SPI_TRANSFER, transfer},
+};
 
 } // namespace tarvix_virtual::detail

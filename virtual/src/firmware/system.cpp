@@ -47,11 +47,10 @@ void getUsbString(FirmwareState& state, const Request& request, Reply& reply)
 
 } // namespace
 
-void registerSystemCommands(CommandTable& table)
-{
-    table[codes::RESET_DEVICE] = reset;
-    table[codes::ENTER_BOOT_MODE] = enterBootMode;
-    table[codes::GET_USB_STRING] = getUsbString;
-}
+constexpr CommandRows kSystemCommands{
+    {codes::RESET_DEVICE, reset},
+    {codes::ENTER_BOOT_MODE, enterBootMode},
+    {codes::GET_USB_STRING, getUsbString},
+};
 
 } // namespace tarvix_virtual::detail

@@ -51,42 +51,22 @@ constexpr std::size_t kData      = 2;
 constexpr std::uint8_t kMaxBaudIndex = 14;
 
 // Set-parameters needs an open port.
-void configure(FirmwareState& state, const Request& request, Reply& reply, bool init)
+template <bool Init>
+void configure(FirmwareState& state, const Request& request, Reply& reply)
 {
-    if (request.size() < kSettingsSize) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
     UartState& uart = state.uart;
-    if (!init && !uart.open) {
-        reply.setStatus(DeviceStatus::UART_NOT_INITIALISED);
-        return;
-    }
-    const std::uint8_t baudIndex = *request.u8(kBaudIndex);
-    const std::uint8_t handshake = *request.u8(kHandshake);
-    const std::uint8_t parity = *request.u8(kParity);
-    const std::uint8_t dataBits = *request.u8(kDataBits);
-    const std::uint8_t stopBits = *request.u8(kStopBits);
-    if (baudIndex > kMaxBaudIndex || handshake > 1 || parity > 2 || (dataBits != 7 && dataBits != 8) ||
-        (stopBits != 1 && stopBits != 2)) {
-        reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
-        return;
-    }
+    if (!settingsAccepted(request, kSettingsSize, Init || uart.open, DeviceStatus::UART_NOT_INITIALISED, reply)) return;
+    const std::vector<std::uint8_t> settings = request.bytes(0, kSettingsSize);
+    if (settings[kBaudIndex] > kMaxBaudIndex || settings[kHandshake] > 1 || settings[kParity] > 2 ||
+        (settings[kDataBits] != 7 && settings[kDataBits] != 8) ||
+        (settings[kStopBits] != 1 && settings[kStopBits] != 2))
+        return reply.setStatus(DeviceStatus::UNSUPPORTED_SETTING);
     uart.open = true;
-    uart.baudIndex = baudIndex;
-    uart.handshake = handshake == 1;
-    uart.parity = parity;
-    uart.dataBits = dataBits;
-    uart.stopBits = stopBits;
-}
-
-void init(FirmwareState& state, const Request& request, Reply& reply)
-{
-    configure(state, request, reply, true);
-}
-void setParameters(FirmwareState& state, const Request& request, Reply& reply)
-{
-    configure(state, request, reply, false);
+    uart.baudIndex = settings[kBaudIndex];
+    uart.handshake = settings[kHandshake] == 1;
+    uart.parity = settings[kParity];
+    uart.dataBits = settings[kDataBits];
+    uart.stopBits = settings[kStopBits];
 }
 
 void deinit(FirmwareState& state, const Request&, Reply&)
@@ -99,26 +79,19 @@ void deinit(FirmwareState& state, const Request&, Reply&)
 void send(FirmwareState& state, const Request& request, Reply& reply)
 {
     const auto count = request.u16(kCount);
-    if (!count || *count != request.size() - kData) {
-        reply.setStatus(DeviceStatus::INVALID_PARAMETER);
-        return;
-    }
-    if (!state.uart.open) {
-        reply.setStatus(DeviceStatus::UART_NOT_INITIALISED);
-        return;
-    }
+    if (!count || *count != request.size() - kData) return reply.setStatus(DeviceStatus::INVALID_PARAMETER);
+    if (!state.uart.open) return reply.setStatus(DeviceStatus::UART_NOT_INITIALISED);
     if (!state.uart.loopback) return;
     for (const auto& payload : state.uart.received(request.bytes(kData))) reply.notify(codes::UART_RX, payload);
 }
 
 } // namespace
 
-void registerUartCommands(CommandTable& table)
-{
-    table[codes::UART_DEINIT] = deinit;
-    table[codes::UART_INIT] = init;
-    table[codes::UART_SET_PARAMETERS] = setParameters;
-    table[codes::UART_SEND] = send;
-}
+constexpr CommandRows kUartCommands{
+    {codes::UART_INIT, configure<true>},
+    {codes::UART_SET_PARAMETERS, configure<false>},
+    {codes::UART_SEND, send},
+    {codes::UART_DEINIT, deinit},
+};
 
 } // namespace tarvix_virtual::detail
