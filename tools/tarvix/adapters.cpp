@@ -60,10 +60,8 @@ void info(Context& context)
 void addAdapterCommands(CLI::App& app, Context& context)
 {
     addCommand(app, context, "list",
-               "List the attached adapters: index, HID path, VID:PID, report size, serial number, product",
-               [&context] { list(context); });
-    addCommand(app, context, "info", "Show the adapter's USB strings and the library version",
-               [&context] { info(context); });
+               "List the attached adapters: index, HID path, VID:PID, report size, serial number, product", list);
+    addCommand(app, context, "info", "Show the adapter's USB strings and the library version", info);
 }
 
 } // namespace tarvix_tool

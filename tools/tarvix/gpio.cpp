@@ -55,6 +55,12 @@ void drivePin(Context& context, GpioPinNumber pin, GpioLogicLevel level)
 struct GetOptions {
     std::vector<std::string> pins;
     bool asIs = false;
+
+    void declare(CLI::App& command)
+    {
+        command.add_option("PIN", pins, "Pin number(s), 0..7")->required();
+        command.add_flag("-a,--as-is", asIs, "Read without making the pin an input");
+    }
 };
 
 void get(Context& context, const GetOptions& options)
@@ -74,6 +80,13 @@ struct SetOptions {
     std::string pin;
     std::string level;
     bool interactive = false;
+
+    void declare(CLI::App& command)
+    {
+        command.add_option("PIN", pin, "Pin number, 0..7")->required();
+        command.add_option("VALUE", level, "0 or 1")->required();
+        command.add_flag("-i,--interactive", interactive, "Then read commands from stdin: set PIN 0|1, get PIN, exit");
+    }
 };
 
 // gpioset's interactive mode, reduced: after the first setting, lines from stdin say
@@ -126,8 +139,16 @@ void set(Context& context, const SetOptions& options)
 struct MonitorOptions {
     std::vector<std::string> pins;
     std::string edge = "both";
-    std::uint32_t count = 0;
-    std::string timeout;
+    StopOptions stop;
+
+    void declare(CLI::App& command)
+    {
+        command.add_option("PIN", pins, "Pin number(s), 0..7")->required();
+        command.add_option("-e,--edge", edge, "Edge to watch")
+            ->capture_default_str()
+            ->check(CLI::IsMember({"rising", "falling", "both"}));
+        stop.declare(command, "events");
+    }
 };
 
 // gpiomon: arms the pins, then one line per event: host time (seconds since the epoch), the
@@ -141,10 +162,7 @@ void monitor(Context& context, const MonitorOptions& options)
     for (const std::string& text : options.pins) {
         pins.push_back(pinOf(text));
     }
-    std::optional<std::chrono::steady_clock::time_point> deadline;
-    if (!options.timeout.empty()) {
-        deadline = std::chrono::steady_clock::now() + parseSeconds(options.timeout, "--timeout");
-    }
+    const std::optional<std::chrono::steady_clock::time_point> deadline = options.stop.deadline();
     Listener listener(context);
     TarvixSDK& sdk = context.sdk();
     for (const GpioPinNumber pin : pins) {
@@ -156,7 +174,7 @@ void monitor(Context& context, const MonitorOptions& options)
     const char* edge = trigger == GpioTriggerType::BOTH_EDGES ? "edge" : options.edge.c_str();
     Json& events = context.result()["events"] = Json::array();
     std::uint32_t seen = 0;
-    while (options.count == 0 || seen < options.count) {
+    while (options.stop.count == 0 || seen < options.stop.count) {
         const std::optional<Listener::Event> event = listener.next(deadline);
         if (!event) {
             break;
@@ -183,34 +201,11 @@ void monitor(Context& context, const MonitorOptions& options)
 
 void addGpioCommands(CLI::App& app, Context& context)
 {
-    CLI::App* gpio = app.add_subcommand("gpio", "GPIO pins 0..7: get, set, monitor");
-    gpio->require_subcommand(1);
-
-    auto getOptions = std::make_shared<GetOptions>();
-    CLI::App* getCommand = addCommand(*gpio, context, "get", "Read pins (made inputs first), as gpioget",
-                                      [&context, getOptions] { get(context, *getOptions); });
-    getCommand->add_option("PIN", getOptions->pins, "Pin number(s), 0..7")->required();
-    getCommand->add_flag("-a,--as-is", getOptions->asIs, "Read without making the pin an input");
-
-    auto setOptions = std::make_shared<SetOptions>();
-    CLI::App* setCommand = addCommand(*gpio, context, "set", "Drive a pin as an output, as gpioset",
-                                      [&context, setOptions] { set(context, *setOptions); });
-    setCommand->add_option("PIN", setOptions->pin, "Pin number, 0..7")->required();
-    setCommand->add_option("VALUE", setOptions->level, "0 or 1")->required();
-    setCommand->add_flag("-i,--interactive", setOptions->interactive,
-                         "Then read commands from stdin: set PIN 0|1, get PIN, exit");
-
-    auto monitorOptions = std::make_shared<MonitorOptions>();
-    CLI::App* monitorCommand =
-        addCommand(*gpio, context, "monitor", "Print one line per pin event until --count, --timeout or Ctrl-C",
-                   [&context, monitorOptions] { monitor(context, *monitorOptions); });
-    monitorCommand->add_option("PIN", monitorOptions->pins, "Pin number(s), 0..7")->required();
-    monitorCommand->add_option("-e,--edge", monitorOptions->edge, "Edge to watch")
-        ->capture_default_str()
-        ->check(CLI::IsMember({"rising", "falling", "both"}));
-    monitorCommand->add_option("-n,--count", monitorOptions->count, "Stop after N events");
-    monitorCommand->add_option("-t,--timeout", monitorOptions->timeout, "Stop after S seconds (0.5 allowed)");
-    monitorCommand->footer("Each line: SECONDS.NANOSECONDS<TAB>rising|falling|edge<TAB>PIN");
+    CLI::App& gpio = addGroup(app, "gpio", "GPIO pins 0..7: get, set, monitor");
+    addCommand(gpio, context, "get", "Read pins (made inputs first), as gpioget", get);
+    addCommand(gpio, context, "set", "Drive a pin as an output, as gpioset", set);
+    addCommand(gpio, context, "monitor", "Print one line per pin event until --count, --timeout or Ctrl-C", monitor)
+        ->footer("Each line: SECONDS.NANOSECONDS<TAB>rising|falling|edge<TAB>PIN");
 }
 
 } // namespace tarvix_tool

@@ -15,16 +15,14 @@ struct BusOptions {
     std::uint32_t bus = 0;
     std::uint32_t frequency = 100000;
     bool yes = false; // i2c-tools' -y; tarvix never asks, so it is accepted and ignored
-};
 
-void addBusOptions(CLI::App* command, BusOptions& options)
-{
-    command->add_option("--bus", options.bus, "I2C port of the adapter")
-        ->capture_default_str()
-        ->check(CLI::Range(0, 1));
-    command->add_option("--frequency", options.frequency, "Clock, in Hz")->capture_default_str();
-    command->add_flag("-y,--yes", options.yes, "Accepted for i2c-tools habits; tarvix never asks");
-}
+    void declare(CLI::App& command)
+    {
+        command.add_option("--bus", bus, "I2C port of the adapter")->capture_default_str()->check(CLI::Range(0, 1));
+        command.add_option("--frequency", frequency, "Clock, in Hz")->capture_default_str();
+        command.add_flag("-y,--yes", yes, "Accepted for i2c-tools habits; tarvix never asks");
+    }
+};
 
 TarvixSDK& openBus(Context& context, const BusOptions& options)
 {
@@ -108,13 +106,23 @@ void scan(Context& context, const BusOptions& options)
 // -- get / set / dump ----------------------------------------------------------------------------
 
 struct GetOptions {
+    BusOptions bus;
     std::string address;
     std::string reg;
     bool word = false;
     std::uint32_t block = 0;
+
+    void declare(CLI::App& command)
+    {
+        bus.declare(command);
+        command.add_option("ADDR", address, "7-bit target address (0x50)")->required();
+        command.add_option("REG", reg, "Register to read from (one byte); none: read at once");
+        CLI::Option* wordFlag = command.add_flag("--word", word, "Read a word (SMBus order, low byte first)");
+        command.add_option("--block", block, "Read N bytes")->check(CLI::Range(1, 65535))->excludes(wordFlag);
+    }
 };
 
-void get(Context& context, const BusOptions& bus, const GetOptions& options)
+void get(Context& context, const GetOptions& options)
 {
     const std::uint8_t address = addressOf(options.address);
     Bytes reg;
@@ -122,8 +130,8 @@ void get(Context& context, const BusOptions& bus, const GetOptions& options)
         reg.push_back(static_cast<std::uint8_t>(parseNumber(options.reg, 0xFF, "register")));
     }
     const std::size_t length = options.word ? 2 : options.block != 0 ? options.block : 1;
-    openBus(context, bus);
-    const Bytes data = readBytes(context, bus, address, reg, length);
+    openBus(context, options.bus);
+    const Bytes data = readBytes(context, options.bus, address, reg, length);
     context.result()["address"] = address;
     context.result()["register"] = reg.empty() ? Json(nullptr) : Json(reg[0]);
     context.result()["data"] = data;
@@ -143,13 +151,23 @@ void get(Context& context, const BusOptions& bus, const GetOptions& options)
 }
 
 struct SetOptions {
+    BusOptions bus;
     std::string address;
     std::string reg;
     std::vector<std::string> values;
     bool word = false;
+
+    void declare(CLI::App& command)
+    {
+        bus.declare(command);
+        command.add_option("ADDR", address, "7-bit target address")->required();
+        command.add_option("REG", reg, "Register (one byte)")->required();
+        command.add_option("VALUE", values, "Byte(s) to write; with --word one 16-bit value")->required();
+        command.add_flag("--word", word, "Write VALUE as a word (SMBus order, low byte first)");
+    }
 };
 
-void set(Context& context, const BusOptions& bus, const SetOptions& options)
+void set(Context& context, const SetOptions& options)
 {
     const std::uint8_t address = addressOf(options.address);
     const Bytes reg{static_cast<std::uint8_t>(parseNumber(options.reg, 0xFF, "register"))};
@@ -165,18 +183,30 @@ void set(Context& context, const BusOptions& bus, const SetOptions& options)
             data.push_back(static_cast<std::uint8_t>(parseNumber(value, 0xFF, "value")));
         }
     }
-    openBus(context, bus);
-    writeBytes(context, bus, address, reg, data);
+    openBus(context, options.bus);
+    writeBytes(context, options.bus, address, reg, data);
     context.result()["address"] = address;
     context.result()["register"] = reg[0];
     context.result()["written"] = data;
 }
 
+struct DumpOptions {
+    BusOptions bus;
+    std::string address;
+
+    void declare(CLI::App& command)
+    {
+        bus.declare(command);
+        command.add_option("ADDR", address, "7-bit target address")->required();
+    }
+};
+
 // i2cdump's table: 16 rows of 16 registers, then the same bytes as text ('.' for 0x00 and 0xff,
 // '?' for the unprintable). Each row is one register read of 16 bytes.
-void dump(Context& context, const BusOptions& bus, const std::string& addressText)
+void dump(Context& context, const DumpOptions& options)
 {
-    const std::uint8_t address = addressOf(addressText);
+    const std::uint8_t address = addressOf(options.address);
+    const BusOptions& bus = options.bus;
     openBus(context, bus);
     Bytes all;
     context.line("     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f    0123456789abcdef");
@@ -303,9 +333,21 @@ std::string unsupportedReason(const std::vector<Message>& messages)
     return std::string();
 }
 
-void transfer(Context& context, const BusOptions& bus, const std::vector<std::string>& words)
+struct TransferOptions {
+    BusOptions bus;
+    std::vector<std::string> words;
+
+    void declare(CLI::App& command)
+    {
+        bus.declare(command);
+        command.add_option("MSG", words, "{r|w}LENGTH[@ADDRESS] [DATA...] ...")->required();
+    }
+};
+
+void transfer(Context& context, const TransferOptions& options)
 {
-    const std::vector<Message> messages = parseMessages(words);
+    const BusOptions& bus = options.bus;
+    const std::vector<Message> messages = parseMessages(options.words);
     const std::string reason = unsupportedReason(messages);
     if (!reason.empty()) {
         usageError("the adapter cannot run " + reason +
@@ -333,50 +375,13 @@ void transfer(Context& context, const BusOptions& bus, const std::vector<std::st
 
 void addI2cCommands(CLI::App& app, Context& context)
 {
-    CLI::App* i2c = app.add_subcommand("i2c", "I2C controller: scan, get, set, dump, transfer");
-    i2c->require_subcommand(1);
-
-    auto scanOptions = std::make_shared<BusOptions>();
-    CLI::App* scanCommand = addCommand(*i2c, context, "scan", "Show which addresses answer, as i2cdetect's grid",
-                                       [&context, scanOptions] { scan(context, *scanOptions); });
-    addBusOptions(scanCommand, *scanOptions);
-
-    auto getBus = std::make_shared<BusOptions>();
-    auto getOptions = std::make_shared<GetOptions>();
-    CLI::App* getCommand =
-        addCommand(*i2c, context, "get", "Read a byte (or a word, or a block) from a target, as i2cget",
-                   [&context, getBus, getOptions] { get(context, *getBus, *getOptions); });
-    addBusOptions(getCommand, *getBus);
-    getCommand->add_option("ADDR", getOptions->address, "7-bit target address (0x50)")->required();
-    getCommand->add_option("REG", getOptions->reg, "Register to read from (one byte); none: read at once");
-    CLI::Option* word = getCommand->add_flag("--word", getOptions->word, "Read a word (SMBus order, low byte first)");
-    getCommand->add_option("--block", getOptions->block, "Read N bytes")->check(CLI::Range(1, 65535))->excludes(word);
-
-    auto setBus = std::make_shared<BusOptions>();
-    auto setOptions = std::make_shared<SetOptions>();
-    CLI::App* setCommand = addCommand(*i2c, context, "set", "Write to a target's register, as i2cset",
-                                      [&context, setBus, setOptions] { set(context, *setBus, *setOptions); });
-    addBusOptions(setCommand, *setBus);
-    setCommand->add_option("ADDR", setOptions->address, "7-bit target address")->required();
-    setCommand->add_option("REG", setOptions->reg, "Register (one byte)")->required();
-    setCommand->add_option("VALUE", setOptions->values, "Byte(s) to write; with --word one 16-bit value")->required();
-    setCommand->add_flag("--word", setOptions->word, "Write VALUE as a word (SMBus order, low byte first)");
-
-    auto dumpBus = std::make_shared<BusOptions>();
-    auto dumpAddress = std::make_shared<std::string>();
-    CLI::App* dumpCommand = addCommand(*i2c, context, "dump", "Show registers 0x00..0xff as hex and text, as i2cdump",
-                                       [&context, dumpBus, dumpAddress] { dump(context, *dumpBus, *dumpAddress); });
-    addBusOptions(dumpCommand, *dumpBus);
-    dumpCommand->add_option("ADDR", *dumpAddress, "7-bit target address")->required();
-
-    auto transferBus = std::make_shared<BusOptions>();
-    auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* transferCommand =
-        addCommand(*i2c, context, "transfer", "Run messages in i2ctransfer's syntax: w2@0x50 0x00 0x10 r8",
-                   [&context, transferBus, words] { transfer(context, *transferBus, *words); });
-    addBusOptions(transferCommand, *transferBus);
-    transferCommand->add_option("MSG", *words, "{r|w}LENGTH[@ADDRESS] [DATA...] ...")->required();
-    transferCommand->footer(kTransferLimits);
+    CLI::App& i2c = addGroup(app, "i2c", "I2C controller: scan, get, set, dump, transfer");
+    addCommand(i2c, context, "scan", "Show which addresses answer, as i2cdetect's grid", scan);
+    addCommand(i2c, context, "get", "Read a byte (or a word, or a block) from a target, as i2cget", get);
+    addCommand(i2c, context, "set", "Write to a target's register, as i2cset", set);
+    addCommand(i2c, context, "dump", "Show registers 0x00..0xff as hex and text, as i2cdump", dump);
+    addCommand(i2c, context, "transfer", "Run messages in i2ctransfer's syntax: w2@0x50 0x00 0x10 r8", transfer)
+        ->footer(kTransferLimits);
 }
 
 } // namespace tarvix_tool

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdio>
 #include <sstream>
+#include <type_traits>
 
 #include "commands.hpp"
 
@@ -138,55 +139,95 @@ std::uint8_t u8(std::uint32_t value)
 {
     return static_cast<std::uint8_t>(value);
 }
-std::uint16_t u16(std::uint32_t value)
-{
-    return static_cast<std::uint16_t>(value);
-}
 std::optional<std::uint8_t> optionalArg(const CccCall& call)
 {
     return call.args.empty() ? std::nullopt : std::optional<std::uint8_t>(u8(call.args[0]));
 }
 
-StatusCode readBytes(StatusCode status, const Bytes& data, Json& out)
+// A member pointer carries no default arguments: a method whose last parameter is an optional
+// the tool never sets (SETMRL's IBI payload size) gets it empty, as a call by name would.
+template <auto Method, typename... Args>
+StatusCode callSdk(TarvixSDK& sdk, Args... args)
 {
+    if constexpr (std::is_invocable_v<decltype(Method), TarvixSDK&, Args...>) {
+        return (sdk.*Method)(args...);
+    } else {
+        return (sdk.*Method)(args..., std::nullopt);
+    }
+}
+
+// The CCCs sent direct to ADDR when one is given and to every target otherwise; their one
+// argument is narrowed to what the method takes (an event mask byte, a 16-bit length).
+template <typename Value, auto Direct, auto Broadcast>
+StatusCode directOrBroadcast(TarvixSDK& sdk, const CccCall& call, Json&)
+{
+    const auto value = static_cast<Value>(call.args[0]);
+    return call.address ? callSdk<Direct>(sdk, *call.address, value) : callSdk<Broadcast>(sdk, value);
+}
+
+// The GETs of one register; `Show` names it in the output, decoded where that helps.
+template <typename Value, auto Get, Json (*Show)(Value)>
+StatusCode readRegister(TarvixSDK& sdk, const CccCall& call, Json& out)
+{
+    Value value = 0;
+    const StatusCode status = (sdk.*Get)(*call.address, value);
+    out.update(Show(value));
+    return status;
+}
+
+Json maxWriteLengthOf(std::uint16_t length)
+{
+    return {{"maxWriteLength", length}};
+}
+
+Json bcrOf(std::uint8_t raw)
+{
+    return {{"bcr", bcrJson(raw)}};
+}
+
+Json dcrOf(std::uint8_t raw)
+{
+    return {{"dcr", raw}};
+}
+
+// The GETs of as many bytes as the target counts; GETSTATUS and GETCAPS take an optional
+// defining byte after ADDR.
+template <auto Get>
+StatusCode readData(TarvixSDK& sdk, const CccCall& call, Json& out)
+{
+    Bytes data;
+    StatusCode status = StatusCode::SUCCESS;
+    if constexpr (std::is_invocable_v<decltype(Get), TarvixSDK&, std::uint8_t, Bytes&>) {
+        status = (sdk.*Get)(*call.address, data);
+    } else {
+        status = (sdk.*Get)(*call.address, data, optionalArg(call));
+    }
     out["data"] = data;
     return status;
 }
 
+using Sdk = TarvixSDK;
+constexpr const char* kEventsHelp = "EVENTS (int,cr,hj or a number)";
+constexpr const char* kDefiningByteHelp = "[DEFINING_BYTE]";
+
 const CccRow kCccs[] = {
-    {"ENTDAA", Addressing::BROADCAST, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall&, Json&) { return s.i3cCccENTDAA(); }},
-    {"RSTDAA", Addressing::BROADCAST, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall&, Json&) { return s.i3cCccRSTDAA(); }},
+    {"ENTDAA", Addressing::BROADCAST, 0, 0, 0, "", [](Sdk& s, const CccCall&, Json&) { return s.i3cCccENTDAA(); }},
+    {"RSTDAA", Addressing::BROADCAST, 0, 0, 0, "", [](Sdk& s, const CccCall&, Json&) { return s.i3cCccRSTDAA(); }},
     {"SETDASA", Addressing::DIRECT, 1, 1, 0x7F, "DYNAMIC (the target's STATIC address comes first)",
-     [](TarvixSDK& s, const CccCall& c, Json&) { return s.i3cCccSETDASA(*c.address, u8(c.args[0])); }},
+     [](Sdk& s, const CccCall& c, Json&) { return s.i3cCccSETDASA(*c.address, u8(c.args[0])); }},
     {"SETNEWDA", Addressing::DIRECT, 1, 1, 0x7F, "NEW_DYNAMIC",
-     [](TarvixSDK& s, const CccCall& c, Json&) { return s.i3cCccSETNEWDA(*c.address, u8(c.args[0])); }},
-    {"ENEC", Addressing::EITHER, 1, 1, 0xFF, "EVENTS (int,cr,hj or a number)",
-     [](TarvixSDK& s, const CccCall& c, Json&) {
-         return c.address ? s.i3cCccENECDirect(*c.address, u8(c.args[0])) : s.i3cCccENECBroadcast(u8(c.args[0]));
-     }},
-    {"DISEC", Addressing::EITHER, 1, 1, 0xFF, "EVENTS (int,cr,hj or a number)",
-     [](TarvixSDK& s, const CccCall& c, Json&) {
-         return c.address ? s.i3cCccDISECDirect(*c.address, u8(c.args[0])) : s.i3cCccDISECBroadcast(u8(c.args[0]));
-     }},
+     [](Sdk& s, const CccCall& c, Json&) { return s.i3cCccSETNEWDA(*c.address, u8(c.args[0])); }},
+    {"ENEC", Addressing::EITHER, 1, 1, 0xFF, kEventsHelp,
+     directOrBroadcast<std::uint8_t, &Sdk::i3cCccENECDirect, &Sdk::i3cCccENECBroadcast>},
+    {"DISEC", Addressing::EITHER, 1, 1, 0xFF, kEventsHelp,
+     directOrBroadcast<std::uint8_t, &Sdk::i3cCccDISECDirect, &Sdk::i3cCccDISECBroadcast>},
     {"SETMWL", Addressing::EITHER, 1, 1, 0xFFFF, "LENGTH",
-     [](TarvixSDK& s, const CccCall& c, Json&) {
-         return c.address ? s.i3cCccSETMWLDirect(*c.address, u16(c.args[0])) : s.i3cCccSETMWLBroadcast(u16(c.args[0]));
-     }},
+     directOrBroadcast<std::uint16_t, &Sdk::i3cCccSETMWLDirect, &Sdk::i3cCccSETMWLBroadcast>},
     {"SETMRL", Addressing::EITHER, 1, 1, 0xFFFF, "LENGTH",
-     [](TarvixSDK& s, const CccCall& c, Json&) {
-         return c.address ? s.i3cCccSETMRLDirect(*c.address, u16(c.args[0])) : s.i3cCccSETMRLBroadcast(u16(c.args[0]));
-     }},
-    {"GETMWL", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         std::uint16_t length = 0;
-         const StatusCode status = s.i3cCccGETMWL(*c.address, length);
-         out["maxWriteLength"] = length;
-         return status;
-     }},
+     directOrBroadcast<std::uint16_t, &Sdk::i3cCccSETMRLDirect, &Sdk::i3cCccSETMRLBroadcast>},
+    {"GETMWL", Addressing::DIRECT, 0, 0, 0, "", readRegister<std::uint16_t, &Sdk::i3cCccGETMWL, maxWriteLengthOf>},
     {"GETMRL", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
+     [](Sdk& s, const CccCall& c, Json& out) {
          std::uint16_t length = 0;
          std::optional<std::uint8_t> ibi;
          const StatusCode status = s.i3cCccGETMRL(*c.address, length, ibi);
@@ -195,48 +236,21 @@ const CccRow kCccs[] = {
          return status;
      }},
     {"GETPID", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
+     [](Sdk& s, const CccCall& c, Json& out) {
          Bytes pid;
          const StatusCode status = s.i3cCccGETPID(*c.address, pid);
          if (const std::optional<I3cPid> decoded = I3cPid::fromBytes(pid)) {
              out["pid"] = pidJson(*decoded);
          }
-         return readBytes(status, pid, out);
-     }},
-    {"GETBCR", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         std::uint8_t bcr = 0;
-         const StatusCode status = s.i3cCccGETBCR(*c.address, bcr);
-         out["bcr"] = bcrJson(bcr);
+         out["data"] = pid;
          return status;
      }},
-    {"GETDCR", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         std::uint8_t dcr = 0;
-         const StatusCode status = s.i3cCccGETDCR(*c.address, dcr);
-         out["dcr"] = dcr;
-         return status;
-     }},
-    {"GETSTATUS", Addressing::DIRECT, 0, 1, 0xFF, "[DEFINING_BYTE]",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         Bytes data;
-         return readBytes(s.i3cCccGETSTATUS(*c.address, data, optionalArg(c)), data, out);
-     }},
-    {"GETMXDS", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         Bytes data;
-         return readBytes(s.i3cCccGETMXDS(*c.address, data), data, out);
-     }},
-    {"GETCAPS", Addressing::DIRECT, 0, 1, 0xFF, "[DEFINING_BYTE]",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         Bytes data;
-         return readBytes(s.i3cCccGETCAPS(*c.address, data, optionalArg(c)), data, out);
-     }},
-    {"GETXTIME", Addressing::DIRECT, 0, 0, 0, "",
-     [](TarvixSDK& s, const CccCall& c, Json& out) {
-         Bytes data;
-         return readBytes(s.i3cCccGETXTIME(*c.address, data), data, out);
-     }},
+    {"GETBCR", Addressing::DIRECT, 0, 0, 0, "", readRegister<std::uint8_t, &Sdk::i3cCccGETBCR, bcrOf>},
+    {"GETDCR", Addressing::DIRECT, 0, 0, 0, "", readRegister<std::uint8_t, &Sdk::i3cCccGETDCR, dcrOf>},
+    {"GETSTATUS", Addressing::DIRECT, 0, 1, 0xFF, kDefiningByteHelp, readData<&Sdk::i3cCccGETSTATUS>},
+    {"GETMXDS", Addressing::DIRECT, 0, 0, 0, "", readData<&Sdk::i3cCccGETMXDS>},
+    {"GETCAPS", Addressing::DIRECT, 0, 1, 0xFF, kDefiningByteHelp, readData<&Sdk::i3cCccGETCAPS>},
+    {"GETXTIME", Addressing::DIRECT, 0, 0, 0, "", readData<&Sdk::i3cCccGETXTIME>},
 };
 
 std::uint32_t eventsOf(const std::string& text)
@@ -278,8 +292,21 @@ std::string cccList()
     return text;
 }
 
-void ccc(Context& context, std::string name, const std::vector<std::string>& words)
+struct CccOptions {
+    std::string name;
+    std::vector<std::string> words;
+
+    void declare(CLI::App& command)
+    {
+        command.add_option("NAME", name, "CCC name")->required();
+        command.add_option("ARGS", words, "[ADDR] [ARGS...]");
+    }
+};
+
+void ccc(Context& context, const CccOptions& options)
 {
+    std::string name = options.name;
+    const std::vector<std::string>& words = options.words;
     std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::toupper(c); });
     const auto* row = std::find_if(std::begin(kCccs), std::end(kCccs),
                                    [&](const CccRow& candidate) { return name == candidate.name; });
@@ -332,26 +359,17 @@ void ccc(Context& context, std::string name, const std::vector<std::string>& wor
 
 void addI3cCommands(CLI::App& app, Context& context)
 {
-    CLI::App* i3c = app.add_subcommand("i3c", "I3C controller: init, daa, table, ccc");
-    i3c->require_subcommand(1);
-    addCommand(*i3c, context, "init", "Set up the controller (12.5 MHz push-pull, 2.5 MHz open-drain, 400 kHz I2C)",
-               [&context] { init(context); });
-    addCommand(*i3c, context, "daa", "Assign dynamic addresses (ENTDAA), then show the target table",
-               [&context] { daa(context); });
-    addCommand(*i3c, context, "table", "Show the target table: addresses, PID, BCR and DCR decoded",
-               [&context] { printTable(context); });
-
-    auto name = std::make_shared<std::string>();
-    auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* cccCommand = addCommand(*i3c, context, "ccc", "Send a named Common Command Code",
-                                      [&context, name, words] { ccc(context, *name, *words); });
-    cccCommand->add_option("NAME", *name, "CCC name")->required();
-    cccCommand->add_option("ARGS", *words, "[ADDR] [ARGS...]");
+    CLI::App& i3c = addGroup(app, "i3c", "I3C controller: init, daa, table, ccc");
+    addCommand(i3c, context, "init", "Set up the controller (12.5 MHz push-pull, 2.5 MHz open-drain, 400 kHz I2C)",
+               init);
+    addCommand(i3c, context, "daa", "Assign dynamic addresses (ENTDAA), then show the target table", daa);
+    addCommand(i3c, context, "table", "Show the target table: addresses, PID, BCR and DCR decoded", printTable);
     std::string footer = "CCCs:\n";
     for (const CccRow& row : kCccs) {
         footer += "  " + usageOf(row) + "\n";
     }
-    cccCommand->footer(footer + "ENEC, DISEC, SETMWL and SETMRL are broadcast unless ADDR is given.");
+    addCommand(i3c, context, "ccc", "Send a named Common Command Code", ccc)
+        ->footer(footer + "ENEC, DISEC, SETMWL and SETMRL are broadcast unless ADDR is given.");
 }
 
 } // namespace tarvix_tool

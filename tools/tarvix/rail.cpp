@@ -18,16 +18,27 @@ void get(Context& context)
     context.result()["i3cMillivolts"] = {i3c1, i3c2};
 }
 
-void set(Context& context, const std::string& rail, std::uint32_t millivolts)
+struct SetOptions {
+    std::string rail;
+    std::uint32_t millivolts = 0;
+
+    void declare(CLI::App& command)
+    {
+        command.add_option("RAIL", rail, "shared or i3c")->required()->check(CLI::IsMember({"shared", "i3c"}));
+        command.add_option("MILLIVOLTS", millivolts, "Voltage in mV")->required()->check(CLI::Range(0, 65535));
+    }
+};
+
+void set(Context& context, const SetOptions& options)
 {
     TarvixSDK& sdk = context.sdk();
-    const auto value = static_cast<std::uint16_t>(millivolts);
-    if (rail == "shared") {
+    const auto value = static_cast<std::uint16_t>(options.millivolts);
+    if (options.rail == "shared") {
         context.check(sdk.i2cSetBusVoltage(value, false), "setting the shared rail");
     } else {
         context.check(sdk.i3cSetBusVoltage(value), "setting the I3C rail");
     }
-    context.result()["rail"] = rail;
+    context.result()["rail"] = options.rail;
     context.result()["millivolts"] = value;
 }
 
@@ -35,17 +46,9 @@ void set(Context& context, const std::string& rail, std::uint32_t millivolts)
 
 void addRailCommands(CLI::App& app, Context& context)
 {
-    CLI::App* rail = app.add_subcommand("rail", "Supply rails: get, set");
-    rail->require_subcommand(1);
-    addCommand(*rail, context, "get", "Read back the shared rail and the two I3C rail readings, in mV",
-               [&context] { get(context); });
-
-    auto name = std::make_shared<std::string>();
-    auto millivolts = std::make_shared<std::uint32_t>(0);
-    CLI::App* setCommand = addCommand(*rail, context, "set", "Set a rail: shared (I2C, SPI, UART, GPIO) or i3c",
-                                      [&context, name, millivolts] { set(context, *name, *millivolts); });
-    setCommand->add_option("RAIL", *name, "shared or i3c")->required()->check(CLI::IsMember({"shared", "i3c"}));
-    setCommand->add_option("MILLIVOLTS", *millivolts, "Voltage in mV")->required()->check(CLI::Range(0, 65535));
+    CLI::App& rail = addGroup(app, "rail", "Supply rails: get, set");
+    addCommand(rail, context, "get", "Read back the shared rail and the two I3C rail readings, in mV", get);
+    addCommand(rail, context, "set", "Set a rail: shared (I2C, SPI, UART, GPIO) or i3c", set);
 }
 
 } // namespace tarvix_tool

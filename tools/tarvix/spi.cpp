@@ -13,6 +13,21 @@ struct XferOptions {
     std::uint32_t bits = 8;
     bool csHigh = false;
     bool lsbFirst = false;
+
+    void declare(CLI::App& command)
+    {
+        command.add_option("HEX", data, "Bytes to send, in hex: 9f 00 00 or 9f0000 or 0x9f");
+        command.add_option("-l,--length", length, "Clock N bytes in all (zeros follow the data)")
+            ->check(CLI::Range(0, 65535));
+        command.add_option("-m,--mode", mode, "SPI mode (CPOL*2 + CPHA)")
+            ->capture_default_str()
+            ->check(CLI::Range(0, 3));
+        command.add_option("-s,--speed,--frequency", frequency, "Clock, in Hz")->capture_default_str();
+        command.add_option("-c,--cs", chipSelect, "Chip select line")->capture_default_str()->check(CLI::Range(0, 3));
+        command.add_option("-b,--bits", bits, "Bits per word")->capture_default_str()->check(CLI::IsMember({8, 16}));
+        command.add_flag("-H,--cs-high", csHigh, "Chip select active high");
+        command.add_flag("-L,--lsb", lsbFirst, "Least significant bit first");
+    }
 };
 
 void xfer(Context& context, const XferOptions& options)
@@ -49,27 +64,9 @@ void xfer(Context& context, const XferOptions& options)
 
 void addSpiCommands(CLI::App& app, Context& context)
 {
-    CLI::App* spi = app.add_subcommand("spi", "SPI controller: full-duplex transfers");
-    spi->require_subcommand(1);
-    auto options = std::make_shared<XferOptions>();
-    CLI::App* command = addCommand(
-        *spi, context, "xfer", "Send HEX bytes and show what came back, as spidev_test (tarvix spi xfer 9f --length 4)",
-        [&context, options] { xfer(context, *options); });
-    command->add_option("HEX", options->data, "Bytes to send, in hex: 9f 00 00 or 9f0000 or 0x9f");
-    command->add_option("-l,--length", options->length, "Clock N bytes in all (zeros follow the data)")
-        ->check(CLI::Range(0, 65535));
-    command->add_option("-m,--mode", options->mode, "SPI mode (CPOL*2 + CPHA)")
-        ->capture_default_str()
-        ->check(CLI::Range(0, 3));
-    command->add_option("-s,--speed,--frequency", options->frequency, "Clock, in Hz")->capture_default_str();
-    command->add_option("-c,--cs", options->chipSelect, "Chip select line")
-        ->capture_default_str()
-        ->check(CLI::Range(0, 3));
-    command->add_option("-b,--bits", options->bits, "Bits per word")
-        ->capture_default_str()
-        ->check(CLI::IsMember({8, 16}));
-    command->add_flag("-H,--cs-high", options->csHigh, "Chip select active high");
-    command->add_flag("-L,--lsb", options->lsbFirst, "Least significant bit first");
+    CLI::App& spi = addGroup(app, "spi", "SPI controller: full-duplex transfers");
+    addCommand(spi, context, "xfer",
+               "Send HEX bytes and show what came back, as spidev_test (tarvix spi xfer 9f --length 4)", xfer);
 }
 
 } // namespace tarvix_tool

@@ -100,8 +100,15 @@ void Context::line(const std::string& text) const
     }
 }
 
-CLI::App* addCommand(CLI::App& parent, Context& context, const std::string& name, const std::string& description,
-                     std::function<void()> action)
+CLI::App& addGroup(CLI::App& app, const std::string& name, const std::string& description)
+{
+    CLI::App* group = app.add_subcommand(name, description);
+    group->require_subcommand(1);
+    return *group;
+}
+
+CLI::App* addAction(CLI::App& parent, Context& context, const std::string& name, const std::string& description,
+                    std::function<void()> action)
 {
     CLI::App* command = parent.add_subcommand(name, description);
     const std::string path = (parent.get_parent() ? parent.get_name() + " " : std::string()) + name;
@@ -110,6 +117,26 @@ CLI::App* addCommand(CLI::App& parent, Context& context, const std::string& name
         context.action = action;
     });
     return command;
+}
+
+CLI::App* addCommand(CLI::App& parent, Context& context, const std::string& name, const std::string& description,
+                     void (*run)(Context&))
+{
+    return addAction(parent, context, name, description, [&context, run] { run(context); });
+}
+
+void StopOptions::declare(CLI::App& command, const std::string& items)
+{
+    command.add_option("-n,--count", count, "Stop after N " + items);
+    command.add_option("-t,--timeout", timeout, "Stop after S seconds (0.5 allowed)");
+}
+
+std::optional<std::chrono::steady_clock::time_point> StopOptions::deadline() const
+{
+    if (timeout.empty()) {
+        return std::nullopt;
+    }
+    return std::chrono::steady_clock::now() + parseSeconds(timeout, "--timeout");
 }
 
 // -- Parsing ---------------------------------------------------------------------------------------

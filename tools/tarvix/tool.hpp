@@ -89,12 +89,54 @@ private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
+// -- Registering commands ------------------------------------------------------------------------
+//
+// Every command group is one row per leaf command: addCommand(group, context, "get", "help", get).
+// A leaf's options are a struct whose declare() adds them to the command, in help order; CLI11
+// fills it while parsing, and the leaf's function gets it once the whole command line has parsed.
+
+/** Adds a group of commands ("i2c"); the user must pick exactly one of them. */
+CLI::App& addGroup(CLI::App& app, const std::string& name, const std::string& description);
+
 /**
  * Adds a leaf command: `action` becomes the run's action when the user picks it. Help texts
  * follow CLI11's conventions.
  */
+CLI::App* addAction(CLI::App& parent, Context& context, const std::string& name, const std::string& description,
+                    std::function<void()> action);
+
+/** Adds a leaf command without options that runs `run`. */
 CLI::App* addCommand(CLI::App& parent, Context& context, const std::string& name, const std::string& description,
-                     std::function<void()> action);
+                     void (*run)(Context&));
+
+/**
+ * Adds a leaf command that runs `run` with its Options, which Options::declare(CLI::App&) puts
+ * on the command line. The options live as long as the command does.
+ */
+template <typename Options>
+CLI::App* addCommand(CLI::App& parent, Context& context, const std::string& name, const std::string& description,
+                     void (*run)(Context&, const Options&))
+{
+    auto options = std::make_shared<Options>();
+    CLI::App* command =
+        addAction(parent, context, name, description, [&context, run, options] { run(context, *options); });
+    options->declare(*command);
+    return command;
+}
+
+/**
+ * When a monitor stops: after --count items, after --timeout seconds, or on Ctrl-C (whichever
+ * comes first; neither option means Ctrl-C only).
+ */
+struct StopOptions {
+    std::uint32_t count = 0; // 0: no limit
+    std::string timeout;     // seconds as typed; parsed when the command runs
+
+    /** Adds -n,--count ("Stop after N `items`") and -t,--timeout. */
+    void declare(CLI::App& command, const std::string& items);
+    /** Now plus --timeout; none without it. Usage error for malformed seconds. */
+    std::optional<std::chrono::steady_clock::time_point> deadline() const;
+};
 
 // -- Parsing what users type -------------------------------------------------------------------
 

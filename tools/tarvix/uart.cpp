@@ -13,14 +13,14 @@ constexpr std::uint32_t kBaudRates[] = {600,   1200,  2400,   4800,   9600,   14
 
 struct PortOptions {
     std::uint32_t baud = 115200;
-};
 
-void addPortOptions(CLI::App* command, PortOptions& options)
-{
-    command->add_option("--baud", options.baud, "Line speed (600 .. 1000000)")
-        ->capture_default_str()
-        ->check(CLI::IsMember(std::vector<std::uint32_t>(std::begin(kBaudRates), std::end(kBaudRates))));
-}
+    void declare(CLI::App& command)
+    {
+        command.add_option("--baud", baud, "Line speed (600 .. 1000000)")
+            ->capture_default_str()
+            ->check(CLI::IsMember(std::vector<std::uint32_t>(std::begin(kBaudRates), std::end(kBaudRates))));
+    }
+};
 
 void openPort(Context& context, const PortOptions& options)
 {
@@ -53,15 +53,37 @@ struct SendOptions {
     PortOptions port;
     std::string text;
     std::vector<std::string> hex;
+
+    void declare(CLI::App& command)
+    {
+        port.declare(command);
+        command.add_option("TEXT", text, "Text to send, as it is (no newline added)");
+        command.add_option("--hex", hex, "Bytes to send, in hex (68 69 0a)");
+    }
 };
+
+void sendCommand(Context& context, const SendOptions& options)
+{
+    const Bytes message = messageOf(options.text, options.hex, true);
+    openPort(context, options.port);
+    send(context, message);
+}
 
 struct MonitorOptions {
     PortOptions port;
-    std::uint32_t count = 0;
-    std::string timeout;
+    StopOptions stop;
     bool hexOutput = false;
     std::string sendText;
     std::vector<std::string> sendHex;
+
+    void declare(CLI::App& command)
+    {
+        port.declare(command);
+        stop.declare(command, "bytes");
+        command.add_flag("--hex", hexOutput, "Print hex dump lines instead of the raw bytes");
+        command.add_option("--send", sendText, "Send TEXT once listening (loopback checks)");
+        command.add_option("--send-hex", sendHex, "Send these hex bytes once listening");
+    }
 };
 
 // Prints received bytes until --count bytes came, --timeout passed or SIGINT. Text mode writes
@@ -69,17 +91,15 @@ struct MonitorOptions {
 void monitor(Context& context, const MonitorOptions& options)
 {
     const Bytes toSend = messageOf(options.sendText, options.sendHex, false);
-    std::optional<std::chrono::steady_clock::time_point> deadline;
-    if (!options.timeout.empty()) {
-        deadline = std::chrono::steady_clock::now() + parseSeconds(options.timeout, "--timeout");
-    }
+    const std::optional<std::chrono::steady_clock::time_point> deadline = options.stop.deadline();
     Listener listener(context);
     openPort(context, options.port);
     if (!toSend.empty()) {
         send(context, toSend);
     }
     Bytes received;
-    while (options.count == 0 || received.size() < options.count) {
+    const std::uint32_t count = options.stop.count;
+    while (count == 0 || received.size() < count) {
         const std::optional<Listener::Event> event = listener.next(deadline);
         if (!event) {
             break;
@@ -88,8 +108,8 @@ void monitor(Context& context, const MonitorOptions& options)
             continue;
         }
         Bytes data = event->data;
-        if (options.count != 0) {
-            data.resize(std::min<std::size_t>(data.size(), options.count - received.size()));
+        if (count != 0) {
+            data.resize(std::min<std::size_t>(data.size(), count - received.size()));
         }
         received.insert(received.end(), data.begin(), data.end());
         if (context.json()) {
@@ -113,31 +133,10 @@ void monitor(Context& context, const MonitorOptions& options)
 
 void addUartCommands(CLI::App& app, Context& context)
 {
-    CLI::App* uart = app.add_subcommand("uart", "UART: send, monitor");
-    uart->require_subcommand(1);
-
-    auto sendOptions = std::make_shared<SendOptions>();
-    CLI::App* sendCommand =
-        addCommand(*uart, context, "send", "Send TEXT (or --hex bytes) on TX", [&context, sendOptions] {
-            const Bytes message = messageOf(sendOptions->text, sendOptions->hex, true);
-            openPort(context, sendOptions->port);
-            send(context, message);
-        });
-    addPortOptions(sendCommand, sendOptions->port);
-    sendCommand->add_option("TEXT", sendOptions->text, "Text to send, as it is (no newline added)");
-    sendCommand->add_option("--hex", sendOptions->hex, "Bytes to send, in hex (68 69 0a)");
-
-    auto monitorOptions = std::make_shared<MonitorOptions>();
-    CLI::App* monitorCommand =
-        addCommand(*uart, context, "monitor", "Print bytes received on RX until --count, --timeout or Ctrl-C",
-                   [&context, monitorOptions] { monitor(context, *monitorOptions); });
-    addPortOptions(monitorCommand, monitorOptions->port);
-    monitorCommand->add_option("-n,--count", monitorOptions->count, "Stop after N bytes");
-    monitorCommand->add_option("-t,--timeout", monitorOptions->timeout, "Stop after S seconds (0.5 allowed)");
-    monitorCommand->add_flag("--hex", monitorOptions->hexOutput, "Print hex dump lines instead of the raw bytes");
-    monitorCommand->add_option("--send", monitorOptions->sendText, "Send TEXT once listening (loopback checks)");
-    monitorCommand->add_option("--send-hex", monitorOptions->sendHex, "Send these hex bytes once listening");
-    monitorCommand->footer("With --json, one document at the end: {\"received\": hex, \"length\": n, ...}.");
+    CLI::App& uart = addGroup(app, "uart", "UART: send, monitor");
+    addCommand(uart, context, "send", "Send TEXT (or --hex bytes) on TX", sendCommand);
+    addCommand(uart, context, "monitor", "Print bytes received on RX until --count, --timeout or Ctrl-C", monitor)
+        ->footer("With --json, one document at the end: {\"received\": hex, \"length\": n, ...}.");
 }
 
 } // namespace tarvix_tool
