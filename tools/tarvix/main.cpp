@@ -46,15 +46,16 @@ bool isFile(const std::string& path)
 }
 
 // Where the virtual adapter may be: named by the user, installed next to this tool, or in the
-// build tree this tool was built in.
+// build tree this tool was built in. Installed, the name may carry its version only (a runtime
+// package ships libtarvix-virtual.so.1 without the development link), so any version will do.
 std::string findVirtualLibrary(std::vector<std::string>& tried)
 {
     if (const char* named = std::getenv("TARVIX_VIRTUAL_LIBRARY")) {
         tried.emplace_back(named);
         return isFile(named) ? named : std::string();
     }
-    const std::string installed = executableDirectory() + "/../lib*/" + kVirtualLibrary;
-    const std::string multiarch = executableDirectory() + "/../lib/*/" + kVirtualLibrary;
+    const std::string installed = executableDirectory() + "/../lib*/" + kVirtualLibrary + "*";
+    const std::string multiarch = executableDirectory() + "/../lib/*/" + kVirtualLibrary + "*";
     for (const std::string& pattern : {installed, multiarch}) {
         tried.push_back(pattern);
         glob_t found{};
