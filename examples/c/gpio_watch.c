@@ -6,6 +6,8 @@
  */
 #define _POSIX_C_SOURCE 200809L
 
+#include "example.h"
+
 #include <tarvixsdk/tarvixsdk.h>
 
 #include <stdatomic.h>
@@ -19,23 +21,14 @@ struct Interrupts {
     atomic_uint count;
 };
 
-static bool succeeded(const char* step, StatusCode status)
-{
-    if (status != StatusCode_SUCCESS) {
-        fprintf(stderr, "gpio_watch: %s failed: %s (%s, 0x%04x)\n", step, TarvixSDK_StatusName(status),
-                TarvixSDK_StatusMessage(status), (unsigned)status);
-    }
-    return status == StatusCode_SUCCESS;
-}
-
 /* Runs on the reader thread: take what is needed and return. */
 static void onNotification(const Notification* notification, void* userData)
 {
-    struct Interrupts* interrupts = userData;
     GpioInterruptNotification gpio;
     if (!TarvixSDK_notificationAsGpio(notification, &gpio)) {
         return;
     }
+    struct Interrupts* interrupts = userData;
     const unsigned count = atomic_load_explicit(&interrupts->count, memory_order_relaxed);
     if (count < sizeof interrupts->pins) {
         interrupts->pins[count] = gpio.pinNumber;
@@ -55,17 +48,19 @@ static unsigned waitForMore(struct Interrupts* interrupts, unsigned seen)
     return count;
 }
 
-static int watch(TarvixSDK_Handle* sdk, struct Interrupts* interrupts)
+static int watch(TarvixSDK_Handle* sdk, void* state)
 {
+    struct Interrupts* interrupts = state;
     /* GPIO 0 starts low, so arming GPIO 1 sees no edge. */
-    if (!succeeded("setting the supply rail", TarvixSDK_GpioSetVoltage(sdk, 3300, false)) ||
-        !succeeded("configuring GPIO 0",
-                   TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_0, GpioFunctionality_DIGITAL_OUTPUT, true,
-                                              GpioLogicLevel_LOW)) ||
-        !succeeded("configuring GPIO 1", TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_1,
-                                                                    GpioFunctionality_DIGITAL_INTERRUPT, false, 0)) ||
-        !succeeded("arming GPIO 1",
-                   TarvixSDK_GpioConfigureInterrupt(sdk, GpioPinNumber_GPIO_1, GpioTriggerType_BOTH_EDGES))) {
+    if (!example_succeeded("setting the supply rail", TarvixSDK_GpioSetVoltage(sdk, 3300, false)) ||
+        !example_succeeded("configuring GPIO 0",
+                           TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_0, GpioFunctionality_DIGITAL_OUTPUT, true,
+                                                      GpioLogicLevel_LOW)) ||
+        !example_succeeded(
+            "configuring GPIO 1",
+            TarvixSDK_GpioConfigurePin(sdk, GpioPinNumber_GPIO_1, GpioFunctionality_DIGITAL_INTERRUPT, false, 0)) ||
+        !example_succeeded("arming GPIO 1",
+                           TarvixSDK_GpioConfigureInterrupt(sdk, GpioPinNumber_GPIO_1, GpioTriggerType_BOTH_EDGES))) {
         return 1;
     }
 
@@ -76,7 +71,7 @@ static int watch(TarvixSDK_Handle* sdk, struct Interrupts* interrupts)
     int result = 0;
     for (unsigned i = 0; i < stepCount; ++i) {
         const char* name = steps[i] == GpioLogicLevel_HIGH ? "high" : "low";
-        if (!succeeded("driving GPIO 0", TarvixSDK_GpioDigitalWrite(sdk, GpioPinNumber_GPIO_0, steps[i]))) {
+        if (!example_succeeded("driving GPIO 0", TarvixSDK_GpioDigitalWrite(sdk, GpioPinNumber_GPIO_0, steps[i]))) {
             return 1;
         }
         const unsigned count = waitForMore(interrupts, seen);
@@ -95,24 +90,7 @@ static int watch(TarvixSDK_Handle* sdk, struct Interrupts* interrupts)
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        fprintf(stderr, "usage: gpio_watch_c [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    const SessionOptions options = {.matchResponses = true, .detectRemoval = true, .exclusive = true};
-    TarvixSDK_Handle* sdk = TarvixSDK_CreateWithOptions(1000, &options);
-    if (sdk == NULL) {
-        fprintf(stderr, "gpio_watch: out of memory\n");
-        return 1;
-    }
+    /* The reader thread fills it until the handle is gone, so it lives as long as main. */
     struct Interrupts interrupts = {.count = 0};
-    TarvixSDK_onNotificationEx(sdk, onNotification, &interrupts);
-    if (!TarvixSDK_ConnectTo(sdk, argc == 2 ? argv[1] : NULL)) {
-        fprintf(stderr, "gpio_watch: %s\n", TarvixSDK_LastConnectErrorMessage(sdk));
-        TarvixSDK_Destroy(sdk);
-        return 1;
-    }
-    const int result = watch(sdk, &interrupts);
-    TarvixSDK_Destroy(sdk);
-    return result;
+    return example_run_with(argc, argv, "gpio_watch", onNotification, &interrupts, watch);
 }

@@ -3,20 +3,13 @@
  *
  *   spi_flash_id_c [SELECTOR]  SELECTOR: serial:SERIAL, path:PATH or an index from `list_c`
  */
+#include "example.h"
+
 #include <tarvixsdk/tarvixsdk.h>
 
 #include <stdio.h>
 
 #define READ_JEDEC_ID 0x9F
-
-static bool succeeded(const char* step, StatusCode status)
-{
-    if (status != StatusCode_SUCCESS) {
-        fprintf(stderr, "spi_flash_id: %s failed: %s (%s, 0x%04x)\n", step, TarvixSDK_StatusName(status),
-                TarvixSDK_StatusMessage(status), (unsigned)status);
-    }
-    return status == StatusCode_SUCCESS;
-}
 
 static int readId(TarvixSDK_Handle* sdk)
 {
@@ -25,11 +18,11 @@ static int readId(TarvixSDK_Handle* sdk)
      * in the other three. */
     const uint8_t command = READ_JEDEC_ID;
     uint8_t miso[4] = {0};
-    if (!succeeded("setting the supply rail", TarvixSDK_SpiSetBusVoltage(sdk, 3300, false)) ||
-        !succeeded("SPI init",
-                   TarvixSDK_SpiControllerInit(sdk, SpiBitOrder_MSB_FIRST, SpiMode_MODE_0, SpiDataWidth_BITS_8,
-                                               SpiChipSelect_CS_0, SpiChipSelectPolarity_ACTIVE_LOW, 1000000)) ||
-        !succeeded("reading the JEDEC ID", TarvixSDK_SpiTransfer(sdk, &command, 1, miso, sizeof miso))) {
+    if (!example_succeeded("setting the supply rail", TarvixSDK_SpiSetBusVoltage(sdk, 3300, false)) ||
+        !example_succeeded("SPI init", TarvixSDK_SpiControllerInit(sdk, SpiBitOrder_MSB_FIRST, SpiMode_MODE_0,
+                                                                   SpiDataWidth_BITS_8, SpiChipSelect_CS_0,
+                                                                   SpiChipSelectPolarity_ACTIVE_LOW, 1000000)) ||
+        !example_succeeded("reading the JEDEC ID", TarvixSDK_SpiTransfer(sdk, &command, 1, miso, sizeof miso))) {
         return 1;
     }
     if ((miso[1] == 0xFF && miso[2] == 0xFF) || (miso[1] == 0x00 && miso[2] == 0x00)) {
@@ -49,22 +42,5 @@ static int readId(TarvixSDK_Handle* sdk)
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        fprintf(stderr, "usage: spi_flash_id_c [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    const SessionOptions options = {.matchResponses = true, .detectRemoval = true, .exclusive = true};
-    TarvixSDK_Handle* sdk = TarvixSDK_CreateWithOptions(1000, &options);
-    if (sdk == NULL) {
-        fprintf(stderr, "spi_flash_id: out of memory\n");
-        return 1;
-    }
-    if (!TarvixSDK_ConnectTo(sdk, argc == 2 ? argv[1] : NULL)) {
-        fprintf(stderr, "spi_flash_id: %s\n", TarvixSDK_LastConnectErrorMessage(sdk));
-        TarvixSDK_Destroy(sdk);
-        return 1;
-    }
-    const int result = readId(sdk);
-    TarvixSDK_Destroy(sdk);
-    return result;
+    return example_run(argc, argv, "spi_flash_id", readId);
 }

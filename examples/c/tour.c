@@ -6,6 +6,8 @@
  */
 #define _POSIX_C_SOURCE 200809L
 
+#include "example.h"
+
 #include <tarvixsdk/tarvixsdk.h>
 
 #include <stdatomic.h>
@@ -92,15 +94,14 @@ static void waitForNotification(int milliseconds)
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        fprintf(stderr, "usage: tour_c [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
+    const char* selector = example_selector(argc, argv, "tour");
     printf("tarvixsdk %s\n", TarvixSDK_GetVersion());
     listAdapters();
 
-    /* A call takes only its own answer, an unplugged adapter fails the call at once, no other
-     * session may use the adapter meanwhile, and a call gives up after one second. */
+    /* The handle's life spelled out, as example_connect does it for the other examples: a call
+     * takes only its own answer, an unplugged adapter fails the call at once, no other session
+     * may use the adapter meanwhile, and a call gives up after one second. This callback takes
+     * no context pointer (TarvixSDK_onNotificationEx passes one). */
     const SessionOptions options = {.matchResponses = true, .detectRemoval = true, .exclusive = true};
     TarvixSDK_Handle* sdk = TarvixSDK_CreateWithOptions(1000, &options);
     if (sdk == NULL) {
@@ -108,7 +109,7 @@ int main(int argc, char** argv)
         return 1;
     }
     TarvixSDK_onNotification(sdk, onNotification); /* before connecting: no notification is missed */
-    if (!TarvixSDK_ConnectTo(sdk, argc == 2 ? argv[1] : NULL)) {
+    if (!TarvixSDK_ConnectTo(sdk, selector)) {
         fprintf(stderr, "tour: %s\n", TarvixSDK_LastConnectErrorMessage(sdk));
         TarvixSDK_Destroy(sdk);
         return 1;

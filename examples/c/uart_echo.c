@@ -6,6 +6,8 @@
  */
 #define _POSIX_C_SOURCE 200809L
 
+#include "example.h"
+
 #include <tarvixsdk/tarvixsdk.h>
 
 #include <stdatomic.h>
@@ -19,15 +21,6 @@ struct Received {
     char bytes[256];
     atomic_size_t length;
 };
-
-static bool succeeded(const char* step, StatusCode status)
-{
-    if (status != StatusCode_SUCCESS) {
-        fprintf(stderr, "uart_echo: %s failed: %s (%s, 0x%04x)\n", step, TarvixSDK_StatusName(status),
-                TarvixSDK_StatusMessage(status), (unsigned)status);
-    }
-    return status == StatusCode_SUCCESS;
-}
 
 /* Runs on the reader thread; the record is valid only during the call, so copy the bytes out. */
 static void onNotification(const Notification* notification, void* userData)
@@ -50,14 +43,15 @@ static void onNotification(const Notification* notification, void* userData)
     atomic_store_explicit(&received->length, length + count, memory_order_release);
 }
 
-static int echo(TarvixSDK_Handle* sdk, struct Received* received)
+static int echo(TarvixSDK_Handle* sdk, void* state)
 {
+    struct Received* received = state;
     static const char line[] = "hello from uart_echo\n";
     const uint16_t lineLength = (uint16_t)(sizeof line - 1);
-    if (!succeeded("setting the supply rail", TarvixSDK_UartSetBusVoltage(sdk, 3300, false)) ||
-        !succeeded("UART init", TarvixSDK_UartInit(sdk, UartBaudRate_BAUD_115200, UartHwHandshake_DISABLED,
-                                                   UartParity_NONE, UartDataSize_BITS_8, UartStopBit_ONE)) ||
-        !succeeded("UART send", TarvixSDK_UartSendMessage(sdk, (const uint8_t*)line, lineLength))) {
+    if (!example_succeeded("setting the supply rail", TarvixSDK_UartSetBusVoltage(sdk, 3300, false)) ||
+        !example_succeeded("UART init", TarvixSDK_UartInit(sdk, UartBaudRate_BAUD_115200, UartHwHandshake_DISABLED,
+                                                           UartParity_NONE, UartDataSize_BITS_8, UartStopBit_ONE)) ||
+        !example_succeeded("UART send", TarvixSDK_UartSendMessage(sdk, (const uint8_t*)line, lineLength))) {
         return 1;
     }
     printf("sent:     %s", line);
@@ -83,26 +77,7 @@ static int echo(TarvixSDK_Handle* sdk, struct Received* received)
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        fprintf(stderr, "usage: uart_echo_c [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    const SessionOptions options = {.matchResponses = true, .detectRemoval = true, .exclusive = true};
-    TarvixSDK_Handle* sdk = TarvixSDK_CreateWithOptions(1000, &options);
-    if (sdk == NULL) {
-        fprintf(stderr, "uart_echo: out of memory\n");
-        return 1;
-    }
-    /* Set before connecting, so that nothing received is missed. `received` outlives the
-     * handle: TarvixSDK_Destroy below stops the reader thread before main returns. */
+    /* The reader thread fills it until the handle is gone, so it lives as long as main. */
     struct Received received = {.length = 0};
-    TarvixSDK_onNotificationEx(sdk, onNotification, &received);
-    if (!TarvixSDK_ConnectTo(sdk, argc == 2 ? argv[1] : NULL)) {
-        fprintf(stderr, "uart_echo: %s\n", TarvixSDK_LastConnectErrorMessage(sdk));
-        TarvixSDK_Destroy(sdk);
-        return 1;
-    }
-    const int result = echo(sdk, &received);
-    TarvixSDK_Destroy(sdk);
-    return result;
+    return example_run_with(argc, argv, "uart_echo", onNotification, &received, echo);
 }

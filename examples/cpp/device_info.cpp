@@ -2,6 +2,8 @@
 //
 //   device_info [SELECTOR]     SELECTOR: serial:SERIAL, path:PATH or an index from `list`
 //                              (default: the first adapter)
+#include "example.hpp"
+
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <cstdio>
@@ -9,27 +11,16 @@
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        std::fprintf(stderr, "usage: device_info [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
+    const char* selector = example::selector(argc, argv, "device_info");
     std::printf("tarvixsdk %s\n", TarvixSDK::getVersion().c_str());
 
-    SessionOptions options{};
-    options.matchResponses = true; // a call takes only its own answer
-    options.detectRemoval = true;  // an unplugged adapter fails the call at once
-    options.exclusive = true;      // no other session may use the adapter meanwhile
-    TarvixSDK sdk(1000, options);  // a call gives up after one second
-    if (!sdk.connectTo(argc == 2 ? argv[1] : "")) {
-        std::fprintf(stderr, "device_info: %s\n", sdk.lastConnectErrorMessage().c_str());
+    TarvixSDK sdk(example::kTimeoutMs, example::options());
+    if (!example::connect(sdk, selector)) {
         return 1;
     }
 
     TarvixSDK::DeviceInfo info;
-    const StatusCode status = sdk.getDeviceInfo(info);
-    if (status != StatusCode::SUCCESS) {
-        std::fprintf(stderr, "device_info: reading the USB strings failed: %s (%s)\n", statusCodeName(status),
-                     statusCodeMessage(status).c_str());
+    if (!example::succeeded("reading the USB strings", sdk.getDeviceInfo(info))) {
         return 1;
     }
     std::printf("manufacturer:     %s\n", info.usbString1.c_str());

@@ -3,69 +3,43 @@
 // notifications on the session's reader thread; the handler only records the pin, main prints.
 //
 //   gpio_watch [SELECTOR]  SELECTOR: serial:SERIAL, path:PATH or an index from `list`
+#include "example.hpp"
+
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
-#include <mutex>
 #include <vector>
 
-namespace {
+// GPIO 0 drives GPIO 1, which raises the interrupts.
+constexpr GpioPinNumber kDriven = GpioPinNumber::GPIO_0;
+constexpr GpioPinNumber kWatched = GpioPinNumber::GPIO_1;
 
-bool succeeded(const char* step, StatusCode status)
-{
-    if (status != StatusCode::SUCCESS) {
-        std::fprintf(stderr, "gpio_watch: %s failed: %s (%s)\n", step, statusCodeName(status),
-                     statusCodeMessage(status).c_str());
-    }
-    return status == StatusCode::SUCCESS;
-}
-
-// The pins of the interrupts received so far, filled on the reader thread and read by main.
-struct Interrupts {
-    std::mutex mutex;
-    std::condition_variable arrived;
-    std::vector<std::uint8_t> pins;
-};
-
-} // namespace
+// The GPIO numbers of the interrupts received so far, in the order they came.
+using Pins = std::vector<std::uint8_t>;
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        std::fprintf(stderr, "usage: gpio_watch [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    SessionOptions options{};
-    options.matchResponses = true;
-    options.detectRemoval = true;
-    options.exclusive = true;
-    // Declared before the session, so that it outlives the reader thread that fills it.
-    Interrupts interrupts;
-    TarvixSDK sdk(1000, options);
+    example::Handover<Pins> interrupts;
+    TarvixSDK sdk(example::kTimeoutMs, example::options());
 
     sdk.onNotification([&interrupts](const Notification& notification) {
         if (const GpioInterruptNotification* gpio = notification.gpio()) {
-            std::lock_guard<std::mutex> lock(interrupts.mutex);
-            interrupts.pins.push_back(gpio->pinNumber);
-            interrupts.arrived.notify_all();
+            interrupts.update([gpio](Pins& pins) { pins.push_back(gpio->pinNumber); });
         }
     });
-    if (!sdk.connectTo(argc == 2 ? argv[1] : "")) {
-        std::fprintf(stderr, "gpio_watch: %s\n", sdk.lastConnectErrorMessage().c_str());
+    if (!example::connect(sdk, example::selector(argc, argv, "gpio_watch"))) {
         return 1;
     }
 
     // GPIO 0 starts low, so arming GPIO 1 sees no edge.
-    if (!succeeded("setting the supply rail", sdk.gpioSetVoltage(3300, false)) ||
-        !succeeded("configuring GPIO 0", sdk.gpioConfigurePin(GpioPinNumber::GPIO_0, GpioFunctionality::DIGITAL_OUTPUT,
-                                                              GpioLogicLevel::LOW)) ||
-        !succeeded(
-            "configuring GPIO 1",
-            sdk.gpioConfigurePin(GpioPinNumber::GPIO_1, GpioFunctionality::DIGITAL_INTERRUPT, GpioLogicLevel::LOW)) ||
-        !succeeded("arming GPIO 1", sdk.gpioConfigureInterrupt(GpioPinNumber::GPIO_1, GpioTriggerType::BOTH_EDGES))) {
+    if (!example::succeeded("setting the supply rail", sdk.gpioSetVoltage(3300, false)) ||
+        !example::succeeded("configuring GPIO 0",
+                            sdk.gpioConfigurePin(kDriven, GpioFunctionality::DIGITAL_OUTPUT, GpioLogicLevel::LOW)) ||
+        !example::succeeded("configuring GPIO 1", sdk.gpioConfigurePin(kWatched, GpioFunctionality::DIGITAL_INTERRUPT,
+                                                                       GpioLogicLevel::LOW)) ||
+        !example::succeeded("arming GPIO 1", sdk.gpioConfigureInterrupt(kWatched, GpioTriggerType::BOTH_EDGES))) {
         return 1;
     }
 
@@ -75,21 +49,21 @@ int main(int argc, char** argv)
     bool missed = false;
     for (const GpioLogicLevel level : steps) {
         const char* name = level == GpioLogicLevel::HIGH ? "high" : "low";
-        if (!succeeded("driving GPIO 0", sdk.gpioDigitalWrite(GpioPinNumber::GPIO_0, level))) {
+        if (!example::succeeded("driving GPIO 0", sdk.gpioDigitalWrite(kDriven, level))) {
             return 1;
         }
-        std::unique_lock<std::mutex> lock(interrupts.mutex);
-        if (!interrupts.arrived.wait_for(lock, std::chrono::seconds(1),
-                                         [&] { return interrupts.pins.size() > seen; })) {
+        const Pins pins =
+            interrupts.waitFor(std::chrono::seconds(1), [seen](const Pins& all) { return all.size() > seen; });
+        if (pins.size() == seen) {
             std::printf("GPIO 0 %-4s -> no interrupt within one second (is GPIO 0 wired to GPIO 1?)\n", name);
             missed = true;
             continue;
         }
-        for (; seen < interrupts.pins.size(); ++seen) {
-            std::printf("GPIO 0 %-4s -> interrupt on GPIO %u\n", name, static_cast<unsigned>(interrupts.pins[seen]));
+        for (; seen < pins.size(); ++seen) {
+            std::printf("GPIO 0 %-4s -> interrupt on GPIO %u\n", name, static_cast<unsigned>(pins[seen]));
         }
     }
-    sdk.gpioDisableInterrupt(GpioPinNumber::GPIO_1);
+    sdk.gpioDisableInterrupt(kWatched);
     std::printf("%zu interrupts for %zu edges\n", seen, sizeof steps / sizeof steps[0]);
     return missed ? 1 : 0;
 }

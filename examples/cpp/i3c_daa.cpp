@@ -3,38 +3,18 @@
 // BCR and DCR.
 //
 //   i3c_daa [SELECTOR]     SELECTOR: serial:SERIAL, path:PATH or an index from `list`
+#include "example.hpp"
+
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <cstdint>
 #include <cstdio>
 #include <vector>
 
-namespace {
-
-bool succeeded(const char* step, StatusCode status)
-{
-    if (status != StatusCode::SUCCESS) {
-        std::fprintf(stderr, "i3c_daa: %s failed: %s (%s)\n", step, statusCodeName(status),
-                     statusCodeMessage(status).c_str());
-    }
-    return status == StatusCode::SUCCESS;
-}
-
-} // namespace
-
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        std::fprintf(stderr, "usage: i3c_daa [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    SessionOptions options{};
-    options.matchResponses = true;
-    options.detectRemoval = true;
-    options.exclusive = true;
-    TarvixSDK sdk(1000, options);
-    if (!sdk.connectTo(argc == 2 ? argv[1] : "")) {
-        std::fprintf(stderr, "i3c_daa: %s\n", sdk.lastConnectErrorMessage().c_str());
+    TarvixSDK sdk(example::kTimeoutMs, example::options());
+    if (!example::connect(sdk, example::selector(argc, argv, "i3c_daa"))) {
         return 1;
     }
 
@@ -42,13 +22,14 @@ int main(int argc, char** argv)
     // The bus starts with an empty table: every target is found by ENTDAA. RSTDAA first makes
     // targets addressed earlier take part again.
     std::vector<I3cTargetInfo> table;
-    if (!succeeded("setting the I3C rail", sdk.i3cSetBusVoltage(1800)) ||
-        !succeeded("I3C controller init",
-                   sdk.i3cControllerInit(I3cPushPullRate::RATE_12_5_MHZ, I3cOpenDrainTransferRate::RATE_2_5_MHZ,
-                                         I2cTransferRate::RATE_400_KHZ, I3cDriveStrength::NORMAL)) ||
-        !succeeded("I3C bus init", sdk.i3cInitBus({})) || !succeeded("RSTDAA", sdk.i3cCccRSTDAA()) ||
-        !succeeded("ENTDAA", sdk.i3cCccENTDAA()) ||
-        !succeeded("reading the target table", sdk.i3cGetDeviceTable(table))) {
+    if (!example::succeeded("setting the I3C rail", sdk.i3cSetBusVoltage(1800)) ||
+        !example::succeeded("I3C controller init",
+                            sdk.i3cControllerInit(I3cPushPullRate::RATE_12_5_MHZ,
+                                                  I3cOpenDrainTransferRate::RATE_2_5_MHZ, I2cTransferRate::RATE_400_KHZ,
+                                                  I3cDriveStrength::NORMAL)) ||
+        !example::succeeded("I3C bus init", sdk.i3cInitBus({})) || !example::succeeded("RSTDAA", sdk.i3cCccRSTDAA()) ||
+        !example::succeeded("ENTDAA", sdk.i3cCccENTDAA()) ||
+        !example::succeeded("reading the target table", sdk.i3cGetDeviceTable(table))) {
         return 1;
     }
 

@@ -2,6 +2,8 @@
 // type and capacity bytes).
 //
 //   spi_flash_id [SELECTOR]    SELECTOR: serial:SERIAL, path:PATH or an index from `list`
+#include "example.hpp"
+
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <cstdint>
@@ -12,30 +14,12 @@ namespace {
 
 constexpr std::uint8_t kReadJedecId = 0x9F;
 
-bool succeeded(const char* step, StatusCode status)
-{
-    if (status != StatusCode::SUCCESS) {
-        std::fprintf(stderr, "spi_flash_id: %s failed: %s (%s)\n", step, statusCodeName(status),
-                     statusCodeMessage(status).c_str());
-    }
-    return status == StatusCode::SUCCESS;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        std::fprintf(stderr, "usage: spi_flash_id [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    SessionOptions options{};
-    options.matchResponses = true;
-    options.detectRemoval = true;
-    options.exclusive = true;
-    TarvixSDK sdk(1000, options);
-    if (!sdk.connectTo(argc == 2 ? argv[1] : "")) {
-        std::fprintf(stderr, "spi_flash_id: %s\n", sdk.lastConnectErrorMessage().c_str());
+    TarvixSDK sdk(example::kTimeoutMs, example::options());
+    if (!example::connect(sdk, example::selector(argc, argv, "spi_flash_id"))) {
         return 1;
     }
 
@@ -43,11 +27,11 @@ int main(int argc, char** argv)
     // The transfer clocks 4 bytes: the command goes out with the first, the ID comes back in the
     // other three.
     std::vector<std::uint8_t> miso;
-    if (!succeeded("setting the supply rail", sdk.spiSetBusVoltage(3300, false)) ||
-        !succeeded("SPI init",
-                   sdk.spiControllerInit(SpiBitOrder::MSB_FIRST, SpiMode::MODE_0, SpiDataWidth::BITS_8,
-                                         SpiChipSelect::CS_0, SpiChipSelectPolarity::ACTIVE_LOW, 1000000)) ||
-        !succeeded("reading the JEDEC ID", sdk.spiTransfer({kReadJedecId}, miso, 4))) {
+    if (!example::succeeded("setting the supply rail", sdk.spiSetBusVoltage(3300, false)) ||
+        !example::succeeded("SPI init",
+                            sdk.spiControllerInit(SpiBitOrder::MSB_FIRST, SpiMode::MODE_0, SpiDataWidth::BITS_8,
+                                                  SpiChipSelect::CS_0, SpiChipSelectPolarity::ACTIVE_LOW, 1000000)) ||
+        !example::succeeded("reading the JEDEC ID", sdk.spiTransfer({kReadJedecId}, miso, 4))) {
         return 1;
     }
     if (miso.size() < 4 || (miso[1] == 0xFF && miso[2] == 0xFF) || (miso[1] == 0x00 && miso[2] == 0x00)) {

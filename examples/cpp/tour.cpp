@@ -4,96 +4,70 @@
 //   SPI chip select 0: a NOR flash, UART TX looped back to RX.
 //
 //   tour [SELECTOR]    SELECTOR: serial:SERIAL, path:PATH or an index from `list`
+#include "example.hpp"
+
 #include <tarvixsdk/tarvixsdk.hpp>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
-#include <mutex>
 #include <string>
-
-namespace {
-
-// Reports a failed step and tells main to stop.
-bool check(const char* step, StatusCode status)
-{
-    if (status == StatusCode::SUCCESS) {
-        return true;
-    }
-    std::fprintf(stderr, "tour: %s failed: %s (%s)\n", step, statusCodeName(status), statusCodeMessage(status).c_str());
-    return false;
-}
 
 // What the notification handler saw, handed from the reader thread to main.
 struct Events {
-    std::mutex mutex;
-    std::condition_variable changed;
     int interrupts = 0;
     std::string uart;
 };
 
-} // namespace
-
 int main(int argc, char** argv)
 {
-    if (argc > 2 || (argc == 2 && argv[1][0] == '-')) {
-        std::fprintf(stderr, "usage: tour [serial:SERIAL | path:PATH | INDEX]\n");
-        return 2;
-    }
-    SessionOptions options{};
-    options.matchResponses = true;
-    options.detectRemoval = true;
-    options.exclusive = true;
-    // Declared before the session, so that it outlives the reader thread that fills it.
-    Events events;
-    TarvixSDK sdk(1000, options);
+    example::Handover<Events> events;
+    TarvixSDK sdk(example::kTimeoutMs, example::options());
     sdk.onNotification([&events](const Notification& n) {
-        std::lock_guard<std::mutex> lock(events.mutex);
-        if (n.gpio() != nullptr) {
-            ++events.interrupts;
-        } else if (const UartRxNotification* rx = n.uartRx()) {
-            events.uart.append(reinterpret_cast<const char*>(rx->data), rx->dataLength);
-        }
-        events.changed.notify_all();
+        events.update([&n](Events& seen) {
+            if (n.gpio() != nullptr) {
+                ++seen.interrupts;
+            } else if (const UartRxNotification* rx = n.uartRx()) {
+                seen.uart.append(reinterpret_cast<const char*>(rx->data), rx->dataLength);
+            }
+        });
     });
-    if (!sdk.connectTo(argc == 2 ? argv[1] : "")) {
-        std::fprintf(stderr, "tour: %s\n", sdk.lastConnectErrorMessage().c_str());
+    if (!example::connect(sdk, example::selector(argc, argv, "tour"))) {
         return 1;
     }
 
     // Supply rail shared by I2C, SPI, UART and GPIO.
     std::uint16_t millivolts = 0;
-    if (!check("set rail", sdk.i2cSetBusVoltage(3300, false)) ||
-        !check("read rail", sdk.i2cGetBusVoltage(millivolts))) {
+    if (!example::succeeded("set rail", sdk.i2cSetBusVoltage(3300, false)) ||
+        !example::succeeded("read rail", sdk.i2cGetBusVoltage(millivolts))) {
         return 1;
     }
     std::printf("rail:        %u mV\n", static_cast<unsigned>(millivolts));
 
     // GPIO: drive pin 0, read it on pin 1, and count the rising-edge interrupt.
     GpioLogicLevel level = GpioLogicLevel::LOW;
-    if (!check("configure GPIO 0",
-               sdk.gpioConfigurePin(GpioPinNumber::GPIO_0, GpioFunctionality::DIGITAL_OUTPUT, GpioLogicLevel::LOW)) ||
-        !check("configure GPIO 1", sdk.gpioConfigurePin(GpioPinNumber::GPIO_1, GpioFunctionality::DIGITAL_INTERRUPT,
-                                                        GpioLogicLevel::LOW)) ||
-        !check("arm GPIO 1", sdk.gpioConfigureInterrupt(GpioPinNumber::GPIO_1, GpioTriggerType::RISING_EDGE)) ||
-        !check("write GPIO 0", sdk.gpioDigitalWrite(GpioPinNumber::GPIO_0, GpioLogicLevel::HIGH)) ||
-        !check("read GPIO 1", sdk.gpioDigitalRead(GpioPinNumber::GPIO_1, level))) {
+    if (!example::succeeded(
+            "configure GPIO 0",
+            sdk.gpioConfigurePin(GpioPinNumber::GPIO_0, GpioFunctionality::DIGITAL_OUTPUT, GpioLogicLevel::LOW)) ||
+        !example::succeeded(
+            "configure GPIO 1",
+            sdk.gpioConfigurePin(GpioPinNumber::GPIO_1, GpioFunctionality::DIGITAL_INTERRUPT, GpioLogicLevel::LOW)) ||
+        !example::succeeded("arm GPIO 1",
+                            sdk.gpioConfigureInterrupt(GpioPinNumber::GPIO_1, GpioTriggerType::RISING_EDGE)) ||
+        !example::succeeded("write GPIO 0", sdk.gpioDigitalWrite(GpioPinNumber::GPIO_0, GpioLogicLevel::HIGH)) ||
+        !example::succeeded("read GPIO 1", sdk.gpioDigitalRead(GpioPinNumber::GPIO_1, level))) {
         return 1;
     }
-    {
-        std::unique_lock<std::mutex> lock(events.mutex);
-        events.changed.wait_for(lock, std::chrono::seconds(1), [&] { return events.interrupts > 0; });
-        std::printf("gpio:        GPIO 1 reads %s, %d interrupt(s)\n", level == GpioLogicLevel::HIGH ? "high" : "low",
-                    events.interrupts);
-    }
+    Events seen = events.waitFor(std::chrono::seconds(1), [](const Events& now) { return now.interrupts > 0; });
+    std::printf("gpio:        GPIO 1 reads %s, %d interrupt(s)\n", level == GpioLogicLevel::HIGH ? "high" : "low",
+                seen.interrupts);
 
     // I2C: store a word in the EEPROM, read it back, then read the temperature.
     std::vector<std::uint8_t> data;
     std::vector<std::uint8_t> addresses;
     std::uint8_t oneByte = 0;
     std::uint8_t twoByte = 0;
-    if (!check("I2C init", sdk.i2cControllerInit(0, 400000, 0)) ||
-        !check("I2C scan", sdk.i2cScanBus(addresses, &oneByte, &twoByte, 0, false))) {
+    if (!example::succeeded("I2C init", sdk.i2cControllerInit(0, 400000, 0)) ||
+        !example::succeeded("I2C scan", sdk.i2cScanBus(addresses, &oneByte, &twoByte, 0, false))) {
         return 1;
     }
     std::printf("i2c scan:   ");
@@ -101,37 +75,37 @@ int main(int argc, char** argv)
         std::printf(" 0x%02X", address);
     }
     std::printf("\n");
-    if (!check("EEPROM write", sdk.i2cWrite(0, 0x50, {0x00}, {'t', 'o', 'u', 'r'}, false)) ||
-        !check("EEPROM read", sdk.i2cRead(0, 0x50, {0x00}, 4, data, false))) {
+    if (!example::succeeded("EEPROM write", sdk.i2cWrite(0, 0x50, {0x00}, {'t', 'o', 'u', 'r'}, false)) ||
+        !example::succeeded("EEPROM read", sdk.i2cRead(0, 0x50, {0x00}, 4, data, false))) {
         return 1;
     }
     std::printf("eeprom:      \"%s\"\n", std::string(data.begin(), data.end()).c_str());
-    if (!check("sensor read", sdk.i2cRead(0, 0x48, {0x00}, 2, data, false)) || data.size() < 2) {
+    if (!example::succeeded("sensor read", sdk.i2cRead(0, 0x48, {0x00}, 2, data, false)) || data.size() < 2) {
         return 1;
     }
     const int sixteenths = static_cast<std::int16_t>(data[0] << 8 | data[1]) / 16;
     std::printf("temperature: %.2f C\n", sixteenths / 16.0);
 
     // SPI: the flash's JEDEC ID.
-    if (!check("SPI init", sdk.spiControllerInit(SpiBitOrder::MSB_FIRST, SpiMode::MODE_0, SpiDataWidth::BITS_8,
-                                                 SpiChipSelect::CS_0, SpiChipSelectPolarity::ACTIVE_LOW, 1000000)) ||
-        !check("JEDEC ID", sdk.spiTransfer({0x9F}, data, 4)) || data.size() < 4) {
+    if (!example::succeeded("SPI init",
+                            sdk.spiControllerInit(SpiBitOrder::MSB_FIRST, SpiMode::MODE_0, SpiDataWidth::BITS_8,
+                                                  SpiChipSelect::CS_0, SpiChipSelectPolarity::ACTIVE_LOW, 1000000)) ||
+        !example::succeeded("JEDEC ID", sdk.spiTransfer({0x9F}, data, 4)) || data.size() < 4) {
         return 1;
     }
     std::printf("spi flash:   JEDEC ID %02X %02X %02X\n", data[1], data[2], data[3]);
 
     // UART: what is sent comes back over the loopback.
     const std::string greeting = "hello, bench";
-    if (!check("UART init", sdk.uartInit(UartBaudRate::BAUD_115200, UartHwHandshake::DISABLED, UartParity::NONE,
-                                         UartDataSize::BITS_8, UartStopBit::ONE)) ||
-        !check("UART send", sdk.uartSendMessage(std::vector<std::uint8_t>(greeting.begin(), greeting.end())))) {
+    if (!example::succeeded("UART init", sdk.uartInit(UartBaudRate::BAUD_115200, UartHwHandshake::DISABLED,
+                                                      UartParity::NONE, UartDataSize::BITS_8, UartStopBit::ONE)) ||
+        !example::succeeded("UART send",
+                            sdk.uartSendMessage(std::vector<std::uint8_t>(greeting.begin(), greeting.end())))) {
         return 1;
     }
-    {
-        std::unique_lock<std::mutex> lock(events.mutex);
-        events.changed.wait_for(lock, std::chrono::seconds(1), [&] { return events.uart.size() >= greeting.size(); });
-        std::printf("uart:        \"%s\"\n", events.uart.c_str());
-    }
+    seen = events.waitFor(std::chrono::seconds(1),
+                          [&greeting](const Events& now) { return now.uart.size() >= greeting.size(); });
+    std::printf("uart:        \"%s\"\n", seen.uart.c_str());
     sdk.disconnect();
     return 0;
 }

@@ -7,6 +7,7 @@
 import sys
 import time
 
+import _example
 import tarvix
 
 EEPROM_ADDRESS = 0x50
@@ -18,20 +19,13 @@ def show(label: str, data: bytes) -> None:
 
 
 def main(argv: list) -> int:
-    if len(argv) > 2 or (len(argv) == 2 and argv[1].startswith("-")):
-        print("usage: eeprom.py [serial:SERIAL | path:PATH | INDEX]", file=sys.stderr)
-        return 2
     written = b"tarvix"
-    try:
-        with tarvix.Adapter(argv[1] if len(argv) == 2 else None, timeout=1.0) as dev:
-            dev.rails.set_shared(3300)
-            dev.i2c.init(bus=0, frequency=400_000)
-            dev.i2c.write(EEPROM_ADDRESS, written, register=bytes([EEPROM_OFFSET]))
-            time.sleep(0.01)  # the part programs the page after the STOP (at most 5 ms)
-            read = dev.i2c.read(EEPROM_ADDRESS, len(written), register=bytes([EEPROM_OFFSET]))
-    except tarvix.TarvixError as error:
-        print("eeprom: %s" % error, file=sys.stderr)
-        return 1
+    with _example.adapter(argv, "eeprom") as dev:
+        dev.rails.set_shared(3300)
+        dev.i2c.init(bus=0, frequency=400_000)
+        dev.i2c.write(EEPROM_ADDRESS, written, register=bytes([EEPROM_OFFSET]))
+        time.sleep(0.01)  # the part programs the page after the STOP (at most 5 ms)
+        read = dev.i2c.read(EEPROM_ADDRESS, len(written), register=bytes([EEPROM_OFFSET]))
     print("EEPROM 0x%02x, offset 0x%02x" % (EEPROM_ADDRESS, EEPROM_OFFSET))
     show("wrote:", written)
     show("read back:", read)

@@ -5,21 +5,15 @@
 """
 import sys
 
+import _example
 import tarvix
 
 
 def main(argv: list) -> int:
-    if len(argv) > 2 or (len(argv) == 2 and argv[1].startswith("-")):
-        print("usage: i2c_scan.py [serial:SERIAL | path:PATH | INDEX]", file=sys.stderr)
-        return 2
-    try:
-        with tarvix.Adapter(argv[1] if len(argv) == 2 else None, timeout=1.0) as dev:
-            dev.rails.set_shared(3300)
-            dev.i2c.init(bus=0, frequency=100_000)
-            found = dev.i2c.scan(bus=0)
-    except tarvix.TarvixError as error:  # ConnectFailed says why; a StatusError names the command
-        print("i2c_scan: %s" % error, file=sys.stderr)
-        return 1
+    with _example.adapter(argv, "i2c_scan") as dev:  # a failed command ends the program, saying why
+        dev.rails.set_shared(3300)
+        dev.i2c.init(bus=0, frequency=100_000)
+        found = dev.i2c.scan(bus=0)
     print("I2C bus 0: " + (" ".join("0x%02x" % a if a < 0x80 else "0x%03x" % a for a in found)
                            or "no target answered"))
     return 0

@@ -7,28 +7,22 @@ and DCR.
 """
 import sys
 
+import _example
 import tarvix
 
 
 def main(argv: list) -> int:
-    if len(argv) > 2 or (len(argv) == 2 and argv[1].startswith("-")):
-        print("usage: i3c_daa.py [serial:SERIAL | path:PATH | INDEX]", file=sys.stderr)
-        return 2
-    try:
-        with tarvix.Adapter(argv[1] if len(argv) == 2 else None, timeout=1.0) as dev:
-            # 1.8 V bus; 12.5 MHz push-pull, 2.5 MHz open-drain for addressing, 400 kHz for I2C
-            # targets. An empty table: ENTDAA finds every target; RSTDAA first makes targets
-            # addressed earlier take part again.
-            dev.rails.set_i3c(1800)
-            dev.i3c.init(tarvix.I3cPushPullRate.RATE_12_5_MHZ, tarvix.I3cOpenDrainRate.RATE_2_5_MHZ,
-                         tarvix.I2cTransferRate.RATE_400_KHZ, tarvix.I3cDriveStrength.NORMAL)
-            dev.i3c.init_bus()
-            dev.i3c.rstdaa()
-            dev.i3c.entdaa()
-            table = dev.i3c.device_table()
-    except tarvix.TarvixError as error:
-        print("i3c_daa: %s" % error, file=sys.stderr)
-        return 1
+    with _example.adapter(argv, "i3c_daa") as dev:
+        # 1.8 V bus; 12.5 MHz push-pull, 2.5 MHz open-drain for addressing, 400 kHz for I2C
+        # targets. An empty table: ENTDAA finds every target; RSTDAA first makes targets
+        # addressed earlier take part again.
+        dev.rails.set_i3c(1800)
+        dev.i3c.init(tarvix.I3cPushPullRate.RATE_12_5_MHZ, tarvix.I3cOpenDrainRate.RATE_2_5_MHZ,
+                     tarvix.I2cTransferRate.RATE_400_KHZ, tarvix.I3cDriveStrength.NORMAL)
+        dev.i3c.init_bus()
+        dev.i3c.rstdaa()
+        dev.i3c.entdaa()
+        table = dev.i3c.device_table()
     if not table:
         print("no I3C targets answered")
         return 0

@@ -6,25 +6,19 @@ type and capacity bytes).
 """
 import sys
 
+import _example
 import tarvix
 
 READ_JEDEC_ID = 0x9F
 
 
 def main(argv: list) -> int:
-    if len(argv) > 2 or (len(argv) == 2 and argv[1].startswith("-")):
-        print("usage: spi_flash_id.py [serial:SERIAL | path:PATH | INDEX]", file=sys.stderr)
-        return 2
-    try:
-        with tarvix.Adapter(argv[1] if len(argv) == 2 else None, timeout=1.0) as dev:
-            dev.rails.set_shared(3300)
-            # Mode 0, MSB first, 8-bit words, chip select 0 active low, 1 MHz: what every NOR flash
-            # takes. The command goes out with the first byte, the ID comes back in the other three.
-            dev.spi.init(frequency=1_000_000)
-            miso = dev.spi.transfer(bytes([READ_JEDEC_ID]), length=4)
-    except tarvix.TarvixError as error:
-        print("spi_flash_id: %s" % error, file=sys.stderr)
-        return 1
+    with _example.adapter(argv, "spi_flash_id") as dev:
+        dev.rails.set_shared(3300)
+        # Mode 0, MSB first, 8-bit words, chip select 0 active low, 1 MHz: what every NOR flash
+        # takes. The command goes out with the first byte, the ID comes back in the other three.
+        dev.spi.init(frequency=1_000_000)
+        miso = dev.spi.transfer(bytes([READ_JEDEC_ID]), length=4)
     manufacturer, memory_type, capacity = miso[1:4]
     if (manufacturer, memory_type) in ((0xFF, 0xFF), (0x00, 0x00)):  # MISO floating or held low
         print("spi_flash_id: no flash answered on chip select 0", file=sys.stderr)
