@@ -1,4 +1,4 @@
-#include "i3c_test_support.hpp"
+#include <sdk_fixture.hpp>
 
 #include <cstring>
 

@@ -1,7 +1,6 @@
 // Faults a bench sees: the cable pulled in the middle of a long request or a long answer, a
-// device that never stops talking, an adapter that comes back under another path. Each must end
-// without a crash, without a wait beyond the timeout, without a busy reader, and with a clean
-// reconnect.
+// device that never stops talking, a dead handle left to the reader. Each must end without a
+// crash, without a wait beyond the timeout, without a busy reader, and with a clean reconnect.
 #include <sdk_fixture.hpp>
 
 #include <time.h>
@@ -14,14 +13,6 @@
 
 namespace tarvix_test {
 namespace {
-
-SessionOptions safe()
-{
-    SessionOptions options{};
-    options.matchResponses = true;
-    options.detectRemoval = true;
-    return options;
-}
 
 double processCpuSeconds()
 {
@@ -43,7 +34,7 @@ TEST_F(Faults, UnplugInTheMiddleOfALongRequest)
 {
     for (const bool detect : {true, false}) {
         SCOPED_TRACE(detect ? "detectRemoval" : "plain");
-        TarvixSDK sdk(2000, detect ? safe() : SessionOptions{});
+        TarvixSDK sdk(2000, detect ? optionsWith(true, true) : SessionOptions{});
         ASSERT_TRUE(sdk.connect());
         adapter().unplugAfterReports(50); // of about 490 reports
         const Bytes tx(30000, 0xA5);
@@ -62,18 +53,16 @@ TEST_F(Faults, UnplugInTheMiddleOfALongAnswer)
 {
     for (const bool detect : {true, false}) {
         SCOPED_TRACE(detect ? "detectRemoval" : "plain");
-        TarvixSDK sdk(detect ? -1 : 200, detect ? safe() : SessionOptions{});
+        // With removal detection the call never times out: only the unplug can wake it.
+        TarvixSDK sdk(detect ? -1 : 200, detect ? optionsWith(true, true) : SessionOptions{});
         ASSERT_TRUE(sdk.connect());
         // The first half of a 2,000-byte answer, then the cable goes.
         Bytes answer = tv::responseFrame(0, 0x0D04, 0, Bytes(2000, 0x5A));
         std::vector<Bytes> reports;
         for (std::size_t offset = 0; offset < answer.size() / 2; offset += 62) {
-            Bytes report(64, 0);
-            const std::uint16_t header = static_cast<std::uint16_t>((62 << 2) | (offset == 0 ? 1 : 0));
-            report[0] = static_cast<std::uint8_t>(header & 0xFF);
-            report[1] = static_cast<std::uint8_t>(header >> 8);
-            std::copy(answer.begin() + static_cast<std::ptrdiff_t>(offset),
-                      answer.begin() + static_cast<std::ptrdiff_t>(offset + 62), report.begin() + 2);
+            Bytes report{static_cast<std::uint8_t>(62 << 2 | (offset == 0 ? 1 : 0)), 0}; // 62 bytes, first?
+            const auto from = answer.begin() + static_cast<std::ptrdiff_t>(offset);
+            report.insert(report.end(), from, from + 62);
             reports.push_back(report);
         }
         adapter().answerNextRequestWithReports(reports);
@@ -98,7 +87,7 @@ TEST_F(Faults, UnplugInTheMiddleOfALongAnswer)
 
 TEST_F(Faults, ADeviceThatNeverStopsTalkingStillLetsCallsAndDisconnectThrough)
 {
-    TarvixSDK sdk(2000, safe());
+    TarvixSDK sdk(2000, optionsWith(true, true));
     std::atomic<std::size_t> seen{0};
     sdk.onNotification([&seen](const Notification&) { seen.fetch_add(1); });
     ASSERT_TRUE(sdk.connect());
@@ -114,9 +103,7 @@ TEST_F(Faults, ADeviceThatNeverStopsTalkingStillLetsCallsAndDisconnectThrough)
             std::this_thread::sleep_for(1ms);
         }
     });
-    for (int wait = 0; wait < 1000 && seen.load() == 0; ++wait) {
-        std::this_thread::sleep_for(1ms);
-    }
+    EXPECT_TRUE(eventually([&] { return seen.load() > 0; })); // not ASSERT: the flood must be joined
     for (int i = 0; i < 20; ++i) {
         expectWorking(sdk);
     }
@@ -124,28 +111,6 @@ TEST_F(Faults, ADeviceThatNeverStopsTalkingStillLetsCallsAndDisconnectThrough)
     EXPECT_EQ(disconnected.wait_for(5s), std::future_status::ready);
     stop.store(true);
     flood.join();
-    EXPECT_GT(seen.load(), 0u);
-}
-
-TEST_F(Faults, ReplugUnderAnotherPathReconnectsBySerial)
-{
-    tv::AdapterConfig config;
-    config.serialNumber = L"TVX-7";
-    config.path = "bench/usb-1";
-    tv::VirtualAdapter before = tv::attach(config);
-    TarvixSDK sdk(2000, safe());
-    ASSERT_TRUE(sdk.connectTo("serial:TVX-7"));
-    before.unplug();
-    for (int wait = 0; wait < 500 && sdk.isConnected(); ++wait) {
-        std::this_thread::sleep_for(5ms);
-    }
-    EXPECT_FALSE(sdk.isConnected());
-    config.path = "bench/usb-2"; // the same adapter, enumerated again elsewhere
-    tv::VirtualAdapter after = tv::attach(config);
-    ASSERT_TRUE(sdk.connectTo("serial:TVX-7"));
-    EXPECT_EQ(after.openHandles(), 1u);
-    EXPECT_EQ(before.openHandles(), 0u);
-    expectWorking(sdk);
 }
 
 TEST_F(Faults, AnUnpluggedAdapterDoesNotKeepTheReaderBusy)
@@ -153,7 +118,7 @@ TEST_F(Faults, AnUnpluggedAdapterDoesNotKeepTheReaderBusy)
     // Without removal detection the reader keeps polling the dead handle: once per poll
     // interval, not in a loop. With it, the reader ends.
     TarvixSDK plain(1000);
-    TarvixSDK detecting(1000, safe());
+    TarvixSDK detecting(1000, optionsWith(true, true));
     ASSERT_TRUE(plain.connect());
     ASSERT_TRUE(detecting.connect());
     adapter().unplug();

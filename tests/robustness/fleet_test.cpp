@@ -14,20 +14,14 @@ constexpr std::size_t kAdapters = 8;
 constexpr int kCalls = 200;
 constexpr int kNotifications = 100;
 
-class Fleet : public ::testing::Test {
-protected:
-    void SetUp() override { tv::reset(); }
-    void TearDown() override { tv::reset(); }
-};
+using Fleet = NothingAttachedTest;
 
 TEST_F(Fleet, EightAdaptersEightSessionsNothingCrosses)
 {
     std::vector<tv::VirtualAdapter> adapters;
     for (std::size_t i = 0; i < kAdapters; ++i) {
-        tv::AdapterConfig config;
-        config.serialNumber = L"TVX-F" + std::to_wstring(i);
-        config.productId = i % 2 == 0 ? 0x82FC : 0x82FD;
-        tv::VirtualAdapter adapter = tv::attach(config);
+        tv::VirtualAdapter adapter =
+            tv::attach(adapterWith(L"TVX-F" + std::to_wstring(i), "", i % 2 == 0 ? 0x82FC : 0x82FD));
         // Every answer and notification of adapter i carries i.
         const auto index = static_cast<std::uint8_t>(i);
         adapter.setResponder(0x1403, [index](const Bytes& request) {
@@ -44,11 +38,7 @@ TEST_F(Fleet, EightAdaptersEightSessionsNothingCrosses)
     std::vector<std::thread> stations;
     for (std::size_t i = 0; i < kAdapters; ++i) {
         stations.emplace_back([&, i] {
-            SessionOptions options{};
-            options.matchResponses = true;
-            options.detectRemoval = true;
-            options.exclusive = true;
-            TarvixSDK sdk(kTimeoutMs, options);
+            TarvixSDK sdk(kTimeoutMs, optionsWith(true, true, true));
             sdk.onNotification([&, i](const Notification& n) {
                 const GpioInterruptNotification* gpio = n.gpio();
                 if (gpio != nullptr && gpio->pinNumber != i) {

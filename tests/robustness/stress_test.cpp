@@ -12,36 +12,13 @@
 namespace tarvix_test {
 namespace {
 
-// What the handlers saw, in the order the reader delivered it.
-class SequenceLog {
-public:
-    void record(std::uint32_t sequence)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        sequences_.push_back(sequence);
-    }
-    std::vector<std::uint32_t> taken()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return std::exchange(sequences_, {});
-    }
-    std::size_t size()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return sequences_.size();
-    }
-
-private:
-    std::mutex mutex_;
-    std::vector<std::uint32_t> sequences_;
-};
-
-void recordSequence(SequenceLog& log, const Notification& notification)
+// Each GPIO interrupt carries its sequence number after the pin.
+void recordSequence(Inbox<std::uint32_t>& log, const Notification& notification)
 {
     if (notification.kind == NotificationKind::GPIO_INTERRUPT && notification.length >= 11) {
         std::uint32_t sequence = 0;
         std::memcpy(&sequence, notification.data + 7, sizeof sequence);
-        log.record(sequence);
+        log.push(sequence);
     }
 }
 
@@ -65,11 +42,8 @@ TEST_F(SessionStress, CallsKeepTheirOwnAnswersAndNoNotificationIsLostWhileConnec
     });
     adapter().setRecording(false);
 
-    SessionOptions options{};
-    options.matchResponses = true;
-    options.detectRemoval = true;
-    TarvixSDK sdk(kTimeoutMs, options);
-    auto log = std::make_shared<SequenceLog>();
+    TarvixSDK sdk(kTimeoutMs, optionsWith(true, true));
+    auto log = std::make_shared<Inbox<std::uint32_t>>(); // every round's, in the order delivered
     sdk.onNotification([log](const Notification& n) { recordSequence(*log, n); });
 
     std::size_t wrong = 0;
@@ -120,14 +94,10 @@ TEST_F(SessionStress, CallsKeepTheirOwnAnswersAndNoNotificationIsLostWhileConnec
         storm.join();
         replacer.join();
         // Every notification of the round arrives, in order, before the session goes.
-        const std::uint32_t sent = sequence - first;
-        for (int wait = 0; wait < 500 && log->size() < sent; ++wait) {
-            std::this_thread::sleep_for(10ms);
-        }
-        const std::vector<std::uint32_t> received = log->taken();
-        ASSERT_EQ(received.size(), sent) << "round " << round;
-        for (std::uint32_t i = 0; i < sent; ++i) {
-            ASSERT_EQ(received[i], first + i) << "round " << round;
+        const std::vector<std::uint32_t> received = log->waitFor(sequence);
+        ASSERT_EQ(received.size(), sequence) << "round " << round;
+        for (std::uint32_t i = first; i < sequence; ++i) {
+            ASSERT_EQ(received[i], i) << "round " << round;
         }
         sdk.disconnect();
     }

@@ -1,4 +1,4 @@
-// The non-blocking session: connection state, request frames on the wire, frame delivery.
+// The non-blocking session: connection state and request frames on the wire.
 #include <sdk_fixture.hpp>
 
 namespace tarvix_test {
@@ -40,16 +40,6 @@ TEST_F(AsyncSessionTest, ReportsSuccessWhenTheWriteFails)
     const std::vector<tv::WrittenReport> written = adapter().writtenReports();
     ASSERT_EQ(written.size(), 1u);
     EXPECT_FALSE(written[0].accepted);
-}
-
-TEST_F(AsyncSessionTest, HandsResponsesAndNotificationsAlikeToTheHandler)
-{
-    ASSERT_EQ(sdk().getUsbString(9, 4), StatusCode::SUCCESS);
-    adapter().injectNotification(0x1481, 0, {3});
-    const std::vector<Bytes> frames = received().waitFor(2);
-    ASSERT_EQ(frames.size(), 2u);
-    EXPECT_EQ(frames[0], tv::responseFrame(9, 0x0407, 0, {6, '1', '.', '0', '.', '0'}));
-    EXPECT_EQ(frames[1], tv::notificationFrame(0x1481, 0, {3}));
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 // Pipelined blocking calls: requests in flight together, each answer matched to its request.
-#include "../support/sdk_fixture.hpp"
+#include <sdk_fixture.hpp>
+#include <tarvixsdk/tarvixsdk.h>
 
 #include <future>
 #include <thread>
-
-extern "C" int pipeline_c_eeprom_reads(const std::uint8_t pattern[8]);
 
 namespace tarvix_test {
 namespace {
@@ -33,44 +32,7 @@ protected:
     int sessionTimeoutMs() const override { return kShortTimeoutMs; }
 };
 
-TEST_F(PipelineTest, ReadsEveryRegisterInOrderWithDistinctIdsAndDecodesEach)
-{
-    ASSERT_EQ(sdk().i2cControllerInit(0, 400000, 0), StatusCode::SUCCESS);
-    Bytes pattern(8); // one EEPROM page: a longer write wraps within it
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        pattern[i] = static_cast<std::uint8_t>(0xA0 + i);
-    }
-    ASSERT_EQ(sdk().i2cWrite(0, 0x50, {0x00}, pattern, false), StatusCode::SUCCESS);
-    adapter().clearRecords();
-
-    std::vector<Bytes> data(pattern.size());
-    TarvixSDK::Pipeline pipeline;
-    for (std::uint8_t reg = 0; reg < pattern.size(); ++reg) {
-        pipeline.add([reg, &data](TarvixSDK& s) { return s.i2cRead(0, 0x50, {reg}, 1, data[reg], false); });
-    }
-    const std::vector<StatusCode> statuses = sdk().runPipeline(pipeline);
-
-    ASSERT_EQ(statuses.size(), pattern.size());
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        EXPECT_EQ(statuses[i], StatusCode::SUCCESS) << i;
-        EXPECT_EQ(data[i], Bytes{pattern[i]}) << i;
-    }
-    const std::vector<Bytes> requests = adapter().requests();
-    ASSERT_EQ(requests.size(), pattern.size());
-    for (std::size_t i = 0; i < requests.size(); ++i) {
-        EXPECT_EQ(tv::commandCodeOf(requests[i]), 0x0905);
-        if (i > 0) {
-            EXPECT_EQ(tv::transactionIdOf(requests[i]), tv::transactionIdOf(requests[i - 1]) + 1);
-        }
-    }
-    // The single calls go on from where the pipeline left the numbering, and still work.
-    Bytes after;
-    EXPECT_EQ(sdk().i2cRead(0, 0x50, {0x03}, 1, after, false), StatusCode::SUCCESS);
-    EXPECT_EQ(after, Bytes{pattern[3]});
-    EXPECT_EQ(tv::transactionIdOf(lastRequest()), tv::transactionIdOf(requests.back()) + 1);
-}
-
-TEST_F(PipelineTest, MatchesAnswersByIdAndCodeWhateverTheirOrderAndDropsForeignOnes)
+TEST_F(PipelineTest, SendsInOrderAndMatchesAnswersByIdAndCodeWhateverTheirOrderDroppingForeignOnes)
 {
     // Requests get ids 1, 2, 3. The adapter answers the first two swapped, throws in a frame for
     // nobody and one with the right id but another code, then answers the third.
@@ -93,6 +55,17 @@ TEST_F(PipelineTest, MatchesAnswersByIdAndCodeWhateverTheirOrderAndDropsForeignO
     EXPECT_EQ(static_cast<int>(levels[1]), 0x22);
     EXPECT_EQ(static_cast<int>(levels[2]), 0x33); // written before the status is looked at
     EXPECT_EQ(sdk().droppedResponseCount(), 2u);
+
+    // The steps went out in order, and single calls go on from the pipeline's numbering.
+    answerGpioReadsWithPinPlusOne();
+    GpioLogicLevel single{};
+    EXPECT_EQ(sdk().gpioDigitalRead(GpioPinNumber::GPIO_3, single), StatusCode::SUCCESS);
+    EXPECT_EQ(static_cast<int>(single), 4);
+    std::vector<std::pair<std::uint16_t, std::uint8_t>> sent; // id, pin
+    for (const Bytes& request : adapter().requests()) {
+        sent.emplace_back(tv::transactionIdOf(request), request.at(4));
+    }
+    EXPECT_EQ(sent, (std::vector<std::pair<std::uint16_t, std::uint8_t>>{{1, 0}, {2, 1}, {3, 2}, {4, 3}}));
 }
 
 TEST_F(ShortTimeoutPipelineTest, AMissingAnswerIsNoResponseForItsStepAloneAndItsLateArrivalIsNeverTaken)
@@ -204,10 +177,32 @@ TEST_F(PipelineTest, EachStepGetsTheStatusOfItsOwnCalls)
     EXPECT_EQ(adapter().requests().size(), 3u) << "two GPIO reads and the first USB string, each sent once";
 }
 
-TEST_F(VirtualAdapterTest, FlatPipelineFromCReadsIntoTheCallersBuffers)
+// The flat pipeline's own part (the Python package runs it end to end): its argument checks, the
+// statuses written on run, and a run that returns the first failed step's status.
+TEST_F(VirtualAdapterTest, FlatPipelineChecksItsArgumentsAndRunReturnsTheFirstFailure)
 {
-    const std::uint8_t pattern[8] = {9, 8, 7, 6, 5, 4, 3, 2};
-    EXPECT_EQ(pipeline_c_eeprom_reads(pattern), 0) << "the line of the C check that failed";
+    EXPECT_EQ(TarvixSDK_PipelineCreate(nullptr, 8), nullptr);
+    answer(kGpioRead, 0, {1});
+    TarvixSDK_Handle* handle = TarvixSDK_Create(kTimeoutMs);
+    ASSERT_TRUE(TarvixSDK_Connect(handle, nullptr));
+    TarvixSDK_Pipeline* pipeline = TarvixSDK_PipelineCreate(handle, 4);
+    const std::uint8_t tooLong[5] = {};
+    std::uint8_t data = 0;
+    GpioLogicLevel level = GpioLogicLevel::LOW;
+    StatusCode statuses[2] = {StatusCode::SYSTEM_ERROR, StatusCode::SYSTEM_ERROR};
+    // Refused at queueing: a null array with a length. Refused on run: a 5-byte register.
+    EXPECT_EQ(TarvixSDK_PipelineI2cRead(pipeline, nullptr, 0, 0x50, nullptr, 1, 1, &data, false),
+              StatusCode::INVALID_ARGUMENT);
+    EXPECT_EQ(TarvixSDK_PipelineGpioDigitalRead(pipeline, &statuses[0], GpioPinNumber::GPIO_1, &level),
+              StatusCode::SUCCESS);
+    EXPECT_EQ(TarvixSDK_PipelineI2cRead(pipeline, &statuses[1], 0, 0x50, tooLong, 5, 1, &data, false),
+              StatusCode::SUCCESS);
+    EXPECT_EQ(TarvixSDK_PipelineRun(pipeline), StatusCode::INVALID_ARGUMENT);
+    EXPECT_EQ(statuses[0], StatusCode::SUCCESS);
+    EXPECT_EQ(level, GpioLogicLevel::HIGH);
+    EXPECT_EQ(statuses[1], StatusCode::INVALID_ARGUMENT);
+    TarvixSDK_PipelineDestroy(pipeline);
+    TarvixSDK_Destroy(handle);
 }
 
 TEST_F(PipelineTest, DisconnectedStepsAreNotConnected)

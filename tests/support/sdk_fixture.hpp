@@ -15,6 +15,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <thread>
 #include <vector>
 
 namespace tarvix_test {
@@ -24,7 +26,7 @@ namespace tv = tarvix_virtual;
 using namespace std::chrono_literals;
 
 // Timeout of the blocking session in tests: long enough never to fire on a loaded CI machine
-// when an answer is coming, short where a test expects NO_RESPONSE (see shortTimeout).
+// when an answer is coming, short where a test expects NO_RESPONSE (ShortTimeoutSyncSessionTest).
 constexpr int kTimeoutMs = 5000;
 constexpr int kShortTimeoutMs = 50;
 
@@ -54,6 +56,55 @@ private:
     std::mutex mutex_;
     std::condition_variable arrived_;
     std::vector<T> items_;
+};
+
+// Polls `done` every few milliseconds for at most `limit`, for effects that finish on another
+// thread without a signal of their own (a deferred destruction, a removal noticed by the reader).
+template <class Done>
+bool eventually(Done done, std::chrono::milliseconds limit = std::chrono::milliseconds(kTimeoutMs))
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+// A request frame without its transaction id, for frames sent by blocking calls.
+inline Bytes withoutTransactionId(const Bytes& frame)
+{
+    return frame.size() < 2 ? Bytes{} : Bytes(frame.begin() + 2, frame.end());
+}
+
+inline SessionOptions optionsWith(bool matchResponses, bool detectRemoval, bool exclusive = false)
+{
+    SessionOptions options{};
+    options.matchResponses = matchResponses;
+    options.detectRemoval = detectRemoval;
+    options.exclusive = exclusive;
+    return options;
+}
+
+// An adapter's description; an empty path is made unique.
+inline tv::AdapterConfig adapterWith(std::optional<std::wstring> serial, std::string path = "",
+                                     std::uint16_t productId = 0x82FC, std::uint16_t vendorId = 0x1FC9)
+{
+    tv::AdapterConfig config;
+    config.serialNumber = std::move(serial);
+    config.path = std::move(path);
+    config.productId = productId;
+    config.vendorId = vendorId;
+    return config;
+}
+
+// No adapter attached: the test attaches its own, and they are forgotten afterwards.
+class NothingAttachedTest : public ::testing::Test {
+protected:
+    void SetUp() override { tv::reset(); }
+    void TearDown() override { tv::reset(); }
 };
 
 // A virtual adapter per test, forgotten afterwards.
