@@ -31,8 +31,10 @@ int flat_c_null_handle(void)
     TarvixSDK_Destroy(h);
     TarvixSDK_FreeDeviceInfo(NULL);
 
-    /* The one-line forwards share one null check; one of them stands for all. The functions
-     * written out by hand check on their own, before their other arguments. */
+    /* The one-line forwards share one null check, and so do the functions built on one helper
+     * (SDR and legacy transfers, the CCC byte reads, the optional trailing bytes): one of each
+     * stands for all. The functions written out by hand check on their own, before their other
+     * arguments. */
     NULL_HANDLE(TarvixSDK_GpioDigitalWrite(h, GpioPinNumber_GPIO_3, GpioLogicLevel_LOW));
     NULL_HANDLE(TarvixSDK_GetDeviceInfo(h, NULL));
     NULL_HANDLE(TarvixSDK_GpioConfigurePin(h, GpioPinNumber_GPIO_0, GpioFunctionality_DIGITAL_OUTPUT, true,
@@ -46,15 +48,10 @@ int flat_c_null_handle(void)
     NULL_HANDLE(TarvixSDK_I3cGetDeviceTable(h, NULL, 0, NULL));
     NULL_HANDLE(TarvixSDK_I3cSdrRead(h, 0x08, NULL, 9, 4, NULL, NULL, I3cTransferFlags_NO_STOP));
     NULL_HANDLE(TarvixSDK_I3cSdrWrite(h, 0x08, NULL, 1, NULL, 4, I3cTransferFlags_NONE));
-    NULL_HANDLE(TarvixSDK_I3cLegacyI2CRead(h, 0x50, NULL, 9, 4, NULL, I3cTransferFlags_NACK_LAST_BYTE));
-    NULL_HANDLE(TarvixSDK_I3cLegacyI2CWrite(h, 0x50, NULL, 1, NULL, 4, I3cTransferFlags_NONE));
     NULL_HANDLE(TarvixSDK_I3cHdrDdrRead(h, 0x08, 0x80, 4, NULL, NULL));
     NULL_HANDLE(TarvixSDK_I3cHdrDdrWrite(h, 0x08, 0x00, NULL, 4));
     NULL_HANDLE(TarvixSDK_I3cCccSETMRLBroadcast(h, 256, true, 8));
-    NULL_HANDLE(TarvixSDK_I3cCccSETMRLDirect(h, 0x08, 64, false, 0));
     NULL_HANDLE(TarvixSDK_I3cCccSETBUSCONBroadcast(h, 1, NULL, 3));
-    NULL_HANDLE(TarvixSDK_I3cCccSETXTIMEBroadcast(h, 1, NULL, 3));
-    NULL_HANDLE(TarvixSDK_I3cCccSETXTIMEDirect(h, 0x08, 1, NULL, 3));
     NULL_HANDLE(TarvixSDK_I3cCccSETAASA(h, bytes, 2));
     NULL_HANDLE(TarvixSDK_I3cCccRSTACTBroadcast(h, I3cTargetResetDefByte_RESET_WHOLE_TARGET));
     NULL_HANDLE(TarvixSDK_I3cCccRSTACTDirect(h, 0x08, I3cTargetResetDefByte_RETURN_TIME_RESET_WHOLE_TARGET,
@@ -62,9 +59,7 @@ int flat_c_null_handle(void)
     NULL_HANDLE(TarvixSDK_I3cCccGETMRL(h, 0x08, NULL, NULL, NULL));
     NULL_HANDLE(TarvixSDK_I3cCccGETPID(h, 0x08, NULL));
     NULL_HANDLE(TarvixSDK_I3cCccGETMXDS(h, 0x08, NULL, NULL));
-    NULL_HANDLE(TarvixSDK_I3cCccGETXTIME(h, 0x08, NULL, NULL));
     NULL_HANDLE(TarvixSDK_I3cCccGETCAPS(h, 0x08, NULL, NULL, true, 0));
-    NULL_HANDLE(TarvixSDK_I3cCccGETSTATUS(h, 0x08, NULL, NULL, false, 0));
 #undef NULL_HANDLE
     return 0;
 }
@@ -115,70 +110,45 @@ static int runSession(TarvixSDK_Handle* h, const char* serial, const char* manuf
     return 0;
 }
 
+/* Destroys the handle the checks ran on and passes their result on. */
+static int destroyed(TarvixSDK_Handle* h, int failedLine)
+{
+    TarvixSDK_Destroy(h);
+    return failedLine;
+}
+
 int flat_c_session(const char* serial, const char* manufacturer)
 {
     TarvixSDK_Handle* h = TarvixSDK_Create(5000);
-    int failedLine;
     if (h == NULL) {
         return __LINE__;
     }
     seenNotifications = 0;
     TarvixSDK_onNotification(h, onNotification);
-    failedLine = runSession(h, serial, manufacturer);
-    TarvixSDK_Destroy(h);
-    return failedLine;
+    return destroyed(h, runSession(h, serial, manufacturer));
+}
+
+static int runBadSerial(TarvixSDK_Handle* h, const char* serial)
+{
+    CHECK(TarvixSDK_LastConnectError(h) == ConnectError_NONE);
+    CHECK(!TarvixSDK_ConnectWithSerialNumber(h, serial));
+    CHECK(TarvixSDK_LastConnectError(h) == ConnectError_BAD_SERIAL);
+    CHECK(strlen(TarvixSDK_LastConnectErrorMessage(h)) > 0);
+    CHECK(TarvixSDK_Connect(h, NULL));
+    CHECK(TarvixSDK_LastConnectError(h) == ConnectError_NONE);
+    CHECK(strcmp(TarvixSDK_LastConnectErrorMessage(h), "") == 0);
+    return 0;
 }
 
 int flat_c_bad_serial(const char* serial)
 {
     TarvixSDK_Handle* h = TarvixSDK_CreateWithOptions(5000, NULL);
-    int failedLine = 0;
     if (h == NULL) {
         return __LINE__;
     }
-    if (TarvixSDK_LastConnectError(h) != ConnectError_NONE) {
-        failedLine = __LINE__;
-    } else if (TarvixSDK_ConnectWithSerialNumber(h, serial)) {
-        failedLine = __LINE__;
-    } else if (TarvixSDK_LastConnectError(h) != ConnectError_BAD_SERIAL) {
-        failedLine = __LINE__;
-    } else if (strlen(TarvixSDK_LastConnectErrorMessage(h)) == 0) {
-        failedLine = __LINE__;
-    } else if (!TarvixSDK_Connect(h, NULL)) {
-        failedLine = __LINE__;
-    } else if (TarvixSDK_LastConnectError(h) != ConnectError_NONE ||
-               strcmp(TarvixSDK_LastConnectErrorMessage(h), "") != 0) {
-        failedLine = __LINE__;
-    }
-    TarvixSDK_Destroy(h);
-    return failedLine;
+    return destroyed(h, runBadSerial(h, serial));
 }
 
-const uint32_t flat_c_enum_values[] = {
-    GpioPinNumber_GPIO_7,
-    GpioFunctionality_DISABLED,
-    GpioLogicLevel_HIGH,
-    GpioTriggerType_BOTH_EDGES,
-    SpiBitOrder_LSB_FIRST,
-    SpiMode_MODE_3,
-    SpiDataWidth_BITS_16,
-    SpiChipSelect_CS_3,
-    SpiChipSelectPolarity_ACTIVE_HIGH,
-    UartBaudRate_BAUD_1000000,
-    UartHwHandshake_ENABLED,
-    UartParity_ODD,
-    UartDataSize_BITS_8,
-    UartStopBit_TWO,
-    I3cPushPullRate_RATE_1_MHZ,
-    I3cOpenDrainTransferRate_RATE_400_KHZ,
-    I2cTransferRate_RATE_1_MHZ,
-    I3cDriveStrength_MAXIMUM,
-    I3cTransferFlags_NACK_LAST_BYTE,
-    I3cTransferDirection_READ,
-    I3cTargetResetDefByte_RETURN_VIRTUAL_TARGET_INDICATION,
-    StatusCode_RESPONSE_TOO_SHORT,
-    StatusCode_SYSTEM_ERROR,
-    ConnectError_SYSTEM_ERROR,
-    ConnectError_BAD_SERIAL,
-};
-const size_t flat_c_enum_count = sizeof flat_c_enum_values / sizeof flat_c_enum_values[0];
+#define C_CONSTANT(type, member) type##_##member,
+const uint32_t flat_c_enum_values[] = {FLAT_C_ENUMS(C_CONSTANT)};
+#undef C_CONSTANT

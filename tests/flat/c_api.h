@@ -3,7 +3,6 @@
 #ifndef TARVIX_TESTS_FLAT_C_API_H
 #define TARVIX_TESTS_FLAT_C_API_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -23,9 +22,38 @@ int flat_c_session(const char* serial, const char* manufacturer);
  * path succeeds and clears the reason. The handle is made with null options. */
 int flat_c_bad_serial(const char* serial);
 
-/* The last member of each enumeration as the C constants give it, in the order of the C++ test. */
+/* The last member of each enumeration, listed once for both languages: the C file takes the
+ * constant Type_MEMBER that tarvixsdk.h writes out by hand for C, the C++ test the enumerator
+ * Type::MEMBER, and the two must agree. */
+#define FLAT_C_ENUMS(X)                                                                                                \
+    X(GpioPinNumber, GPIO_7)                                                                                           \
+    X(GpioFunctionality, DISABLED)                                                                                     \
+    X(GpioLogicLevel, HIGH)                                                                                            \
+    X(GpioTriggerType, BOTH_EDGES)                                                                                     \
+    X(SpiBitOrder, LSB_FIRST)                                                                                          \
+    X(SpiMode, MODE_3)                                                                                                 \
+    X(SpiDataWidth, BITS_16)                                                                                           \
+    X(SpiChipSelect, CS_3)                                                                                             \
+    X(SpiChipSelectPolarity, ACTIVE_HIGH)                                                                              \
+    X(UartBaudRate, BAUD_1000000)                                                                                      \
+    X(UartHwHandshake, ENABLED)                                                                                        \
+    X(UartParity, ODD)                                                                                                 \
+    X(UartDataSize, BITS_8)                                                                                            \
+    X(UartStopBit, TWO)                                                                                                \
+    X(I3cPushPullRate, RATE_1_MHZ)                                                                                     \
+    X(I3cOpenDrainTransferRate, RATE_400_KHZ)                                                                          \
+    X(I2cTransferRate, RATE_1_MHZ)                                                                                     \
+    X(I3cDriveStrength, MAXIMUM)                                                                                       \
+    X(I3cTransferFlags, NACK_LAST_BYTE)                                                                                \
+    X(I3cTransferDirection, READ)                                                                                      \
+    X(I3cTargetResetDefByte, RETURN_VIRTUAL_TARGET_INDICATION)                                                         \
+    X(StatusCode, RESPONSE_TOO_SHORT)                                                                                  \
+    X(StatusCode, SYSTEM_ERROR)                                                                                        \
+    X(ConnectError, SYSTEM_ERROR)                                                                                      \
+    X(ConnectError, BAD_SERIAL)
+
+/* Their values as the C file sees them, in the order of the list. */
 extern const uint32_t flat_c_enum_values[];
-extern const size_t flat_c_enum_count;
 
 #ifdef __cplusplus
 }

@@ -188,53 +188,11 @@ TEST_F(FlatConversions, CapacitiesLimitScanAndDeviceTable)
     EXPECT_EQ(table[2].staticAddress, 0xEE);
 }
 
-TEST_F(FlatConversions, ReadsCopyDataAndLengthOnlyOnSuccess)
-{
-    std::uint8_t i2c[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    answerNextWith(tv::responseFrame(1, 0x0905, kDeviceError, {0, 0, 0, 0x44, 0x55, 0x66}));
-    EXPECT_EQ(TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 3, i2c, false), StatusCode(kDeviceError));
-    EXPECT_EQ(i2c[0], 0xEE);
-    answerNextWith(tv::responseFrame(2, 0x0905, 0, {0, 0, 0, 0x11, 0x22, 0x33}));
-    EXPECT_EQ(TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 3, i2c, false), kOk); // no register: proceeds
-    EXPECT_EQ(Bytes(i2c, i2c + 4), (Bytes{0x11, 0x22, 0x33, 0xEE}));
-
-    std::uint8_t data[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    std::uint16_t length = 0xBEEF;
-    const std::uint8_t reg[1] = {0x10};
-    answer(0x1908, kDeviceError, {0, 0, 2, 0, 0x31, 0x32});
-    EXPECT_EQ(TarvixSDK_I3cSdrRead(h(), 8, reg, 1, 2, data, &length, I3cTransferFlags::NO_STOP),
-              StatusCode(kDeviceError));
-    EXPECT_EQ(length, 0xBEEF);
-    EXPECT_EQ(data[0], 0xEE);
-    answer(0x1908, 0, {0, 0, 2, 0, 0x31, 0x32});
-    EXPECT_EQ(TarvixSDK_I3cSdrRead(h(), 8, reg, 1, 2, data, &length, I3cTransferFlags::NO_STOP), kOk);
-    EXPECT_EQ(length, 2);
-    EXPECT_EQ(Bytes(data, data + 3), (Bytes{0x31, 0x32, 0xEE}));
-    // HDR-DDR takes the length pointer before the buffer.
-    std::uint8_t ddr[2] = {};
-    std::uint16_t ddrLength = 0;
-    EXPECT_EQ(TarvixSDK_I3cHdrDdrRead(h(), 8, 0x80, 2, &ddrLength, ddr), kOk);
-    EXPECT_EQ(ddrLength, 2);
-    EXPECT_EQ(Bytes(ddr, ddr + 2), (Bytes{0x31, 0x32}));
-
-    answer(0x1909, 0, cccAnswer({1, 2, 3, 4, 5, 6}));
-    std::uint8_t pid[8] = {};
-    EXPECT_EQ(TarvixSDK_I3cCccGETPID(h(), 8, pid), kOk);
-    EXPECT_EQ(Bytes(pid, pid + 7), (Bytes{1, 2, 3, 4, 5, 6, 0}));
-    std::uint8_t buffer[255] = {};
-    std::uint8_t count = 0;
-    EXPECT_EQ(TarvixSDK_I3cCccGETCAPS(h(), 8, buffer, &count, true, 0x5A), kOk);
-    EXPECT_EQ(count, 6);
-    answer(0x1909, kDeviceError, cccAnswer({9}));
-    EXPECT_EQ(TarvixSDK_I3cCccGETMXDS(h(), 8, buffer, &count), StatusCode(kDeviceError));
-    EXPECT_EQ(count, 6);
-    EXPECT_EQ(buffer[0], 1);
-}
-
-// An adapter (or a target behind it) that answers with more bytes than were asked for, and
-// counts them: the caller's buffer, exactly as large as it said, takes only what it asked for.
-// The buffers are heap blocks of that exact size, so that a byte more is an overrun to ASan.
-TEST_F(FlatConversions, ReadsNeverWritePastTheLengthAskedForWhateverTheAnswerCounts)
+// Reads hand over data and count only on success. An adapter (or a target behind it) may answer
+// with more bytes than were asked for, and count them: the caller's buffer, exactly as large as
+// it said, takes only what it asked for. The buffers are heap blocks of that exact size, so that
+// a byte more is an overrun to ASan.
+TEST_F(FlatConversions, ReadsCopyOnlyOnSuccessAndNeverPastTheLengthAskedFor)
 {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8};
     const auto with = [&eight](Bytes head) {
@@ -276,13 +234,29 @@ TEST_F(FlatConversions, ReadsNeverWritePastTheLengthAskedForWhateverTheAnswerCou
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        answer(c.code, 0, c.payload);
         const std::unique_ptr<std::uint8_t[]> buffer(new std::uint8_t[c.length]);
+        std::fill_n(buffer.get(), c.length, 0xEE);
         std::uint16_t reported = kNotReported;
+        answer(c.code, kDeviceError, c.payload);
+        EXPECT_EQ(c.read(h(), buffer.get(), c.length, &reported), StatusCode(kDeviceError));
+        EXPECT_EQ(Bytes(buffer.get(), buffer.get() + c.length), Bytes(c.length, 0xEE));
+        EXPECT_EQ(reported, kNotReported);
+        answer(c.code, 0, c.payload);
         ASSERT_EQ(c.read(h(), buffer.get(), c.length, &reported), kOk);
         EXPECT_EQ(Bytes(buffer.get(), buffer.get() + c.length), Bytes(eight.begin(), eight.begin() + c.length));
         EXPECT_EQ(reported, c.reported);
     }
+
+    // The counted CCC reads: the count on success only, as the bytes.
+    std::uint8_t buffer[255] = {};
+    std::uint8_t count = 0;
+    answer(0x1909, 0, cccAnswer({1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(TarvixSDK_I3cCccGETCAPS(h(), 8, buffer, &count, true, 0x5A), kOk);
+    EXPECT_EQ(count, 6);
+    answer(0x1909, kDeviceError, cccAnswer({9}));
+    EXPECT_EQ(TarvixSDK_I3cCccGETMXDS(h(), 8, buffer, &count), StatusCode(kDeviceError));
+    EXPECT_EQ(count, 6);
+    EXPECT_EQ(buffer[0], 1);
 }
 
 TEST_F(FlatConversions, RstactDirectNeedsAResetTimeOnlyForARead)

@@ -19,33 +19,10 @@ TEST(FlatFromC, EveryFunctionAnswersANullHandleFirst)
 // The C constants are written out by hand; they must keep the values of the C++ enumerations.
 TEST(FlatFromC, ConstantsHoldTheValuesOfTheCppEnumerations)
 {
-    const std::uint32_t expected[] = {std::uint32_t(GpioPinNumber::GPIO_7),
-                                      std::uint32_t(GpioFunctionality::DISABLED),
-                                      std::uint32_t(GpioLogicLevel::HIGH),
-                                      std::uint32_t(GpioTriggerType::BOTH_EDGES),
-                                      std::uint32_t(SpiBitOrder::LSB_FIRST),
-                                      std::uint32_t(SpiMode::MODE_3),
-                                      std::uint32_t(SpiDataWidth::BITS_16),
-                                      std::uint32_t(SpiChipSelect::CS_3),
-                                      std::uint32_t(SpiChipSelectPolarity::ACTIVE_HIGH),
-                                      std::uint32_t(UartBaudRate::BAUD_1000000),
-                                      std::uint32_t(UartHwHandshake::ENABLED),
-                                      std::uint32_t(UartParity::ODD),
-                                      std::uint32_t(UartDataSize::BITS_8),
-                                      std::uint32_t(UartStopBit::TWO),
-                                      std::uint32_t(I3cPushPullRate::RATE_1_MHZ),
-                                      std::uint32_t(I3cOpenDrainTransferRate::RATE_400_KHZ),
-                                      std::uint32_t(I2cTransferRate::RATE_1_MHZ),
-                                      std::uint32_t(I3cDriveStrength::MAXIMUM),
-                                      std::uint32_t(I3cTransferFlags::NACK_LAST_BYTE),
-                                      std::uint32_t(I3cTransferDirection::READ),
-                                      std::uint32_t(I3cTargetResetDefByte::RETURN_VIRTUAL_TARGET_INDICATION),
-                                      std::uint32_t(StatusCode::RESPONSE_TOO_SHORT),
-                                      std::uint32_t(StatusCode::SYSTEM_ERROR),
-                                      std::uint32_t(ConnectError::SYSTEM_ERROR),
-                                      std::uint32_t(ConnectError::BAD_SERIAL)};
-    ASSERT_EQ(flat_c_enum_count, std::size(expected));
-    for (std::size_t i = 0; i < flat_c_enum_count; ++i) {
+#define CPP_ENUMERATOR(type, member) std::uint32_t(type::member),
+    const std::uint32_t expected[] = {FLAT_C_ENUMS(CPP_ENUMERATOR)};
+#undef CPP_ENUMERATOR
+    for (std::size_t i = 0; i < std::size(expected); ++i) {
         EXPECT_EQ(flat_c_enum_values[i], expected[i]) << "constant " << i;
     }
 }
@@ -91,17 +68,15 @@ TEST_F(FlatFromCBadSerial, ConnectBySerialFailsWithTheReasonInsteadOfThrowing)
     EXPECT_EQ(flat_c_bad_serial("TVX-GOOD"), 0);
 }
 
+// The names are the C++ library's own (see its status text test); the sentences are static here.
 TEST(FlatStatusText, NamesAndSentencesAreStaticForLibraryAndAdapterCodes)
 {
-    EXPECT_STREQ(TarvixSDK_StatusName(StatusCode::RESPONSE_TOO_SHORT), "RESPONSE_TOO_SHORT");
     EXPECT_STREQ(TarvixSDK_StatusName(StatusCode::SYSTEM_ERROR), "SYSTEM_ERROR");
     EXPECT_EQ(TarvixSDK_StatusMessage(StatusCode::SYSTEM_ERROR), statusCodeMessage(StatusCode::SYSTEM_ERROR));
-    EXPECT_STREQ(TarvixSDK_StatusName(StatusCode(0x0102)), "DEVICE_STATUS");
     const char* const adapterSentence = TarvixSDK_StatusMessage(StatusCode(0x0102));
     EXPECT_GT(std::strlen(adapterSentence), 0u);
     EXPECT_STREQ(TarvixSDK_StatusMessage(StatusCode(0xA001)), adapterSentence);
     EXPECT_STRNE(TarvixSDK_StatusMessage(StatusCode::RESPONSE_TOO_SHORT), adapterSentence);
-    EXPECT_STREQ(connectErrorName(ConnectError::BAD_SERIAL), "BAD_SERIAL");
 }
 
 using FlatHandle = VirtualAdapterTest;
@@ -139,6 +114,17 @@ void collect(const Notification* n)
     inbox->push({n->kind, n->length, Bytes(n->data, n->data + 256)});
 }
 
+// What the extended callback received: the frame whole, through the caller's pointer.
+struct ReceivedEx {
+    NotificationKind kind;
+    Bytes frame;
+};
+
+void collectEx(const Notification* n, void* userData)
+{
+    static_cast<Inbox<ReceivedEx>*>(userData)->push({n->kind, Bytes(n->data, n->data + n->length)});
+}
+
 class FlatBridge : public FlatSessionTest {
 protected:
     void SetUp() override
@@ -151,16 +137,21 @@ protected:
         FlatSessionTest::TearDown(); // the reader has stopped: no callback runs any more
         inbox = nullptr;
     }
+    // Once a command has been answered, the reader has handled every notification sent before.
+    void roundTrip()
+    {
+        answer(0x1905, 0);
+        EXPECT_EQ(TarvixSDK_I3cResetBus(h()), StatusCode::SUCCESS);
+    }
     Inbox<Received> received_;
+    Inbox<ReceivedEx> receivedEx_;
 };
 
 TEST_F(FlatBridge, NothingArrivesWithoutACallbackThenLengthIsKeptTo8BitsAndTheCopyTo256Bytes)
 {
     TarvixSDK_onNotification(h(), nullptr);
     adapter().injectNotification(0x1481, 0, {3});
-    // A round trip after it: the reader has handled the notification once the answer is in.
-    answer(0x1905, 0);
-    EXPECT_EQ(TarvixSDK_I3cResetBus(h()), StatusCode::SUCCESS);
+    roundTrip();
     EXPECT_TRUE(received_.waitFor(0).empty());
 
     TarvixSDK_onNotification(h(), collect);
@@ -182,36 +173,7 @@ TEST_F(FlatBridge, NothingArrivesWithoutACallbackThenLengthIsKeptTo8BitsAndTheCo
     }
 }
 
-// The extended callback: the frame whole, with the caller's pointer, on the 1024-byte adapter
-// whose frames outgrow the plain callback's buffer.
-struct ReceivedEx {
-    NotificationKind kind;
-    Bytes frame;
-};
-
-void collectEx(const Notification* n, void* userData)
-{
-    static_cast<Inbox<ReceivedEx>*>(userData)->push({n->kind, Bytes(n->data, n->data + n->length)});
-}
-
-class FlatBridgeLargeReport : public FlatBridge {
-protected:
-    tv::AdapterConfig adapterConfig() const override
-    {
-        tv::AdapterConfig config;
-        config.productId = 0x82FD;
-        return config;
-    }
-    // Once a command has been answered, the reader has handled every notification sent before.
-    void roundTrip()
-    {
-        answer(0x1905, 0);
-        EXPECT_EQ(TarvixSDK_I3cResetBus(h()), StatusCode::SUCCESS);
-    }
-    Inbox<ReceivedEx> receivedEx_;
-};
-
-TEST_F(FlatBridgeLargeReport, ExCallbackGetsTheWholeFrameAndUserDataAndTakesTurnsWithThePlainOne)
+TEST_F(FlatBridge, ExCallbackGetsTheWholeFrameAndUserDataAndTakesTurnsWithThePlainOne)
 {
     Bytes data(494);
     for (std::size_t i = 0; i < data.size(); ++i) {
@@ -331,19 +293,17 @@ Notification record(NotificationKind kind, const Bytes& data)
     return n;
 }
 
-TEST(FlatViews, RefuseWrongKindShortDataAndNullPointersAndReportDeclaredLengthsAsDeclared)
+// The kind and length checks and the field layout are the C++ views' own (see the session's
+// notification tests); the flat views add the null checks and keep declared lengths as declared.
+TEST(FlatViews, RefuseNullPointersAndReportDeclaredLengthsAsDeclared)
 {
-    const Bytes six = {0, 0, 0x81, 0x14, 0, 0}, seven = {0, 0, 0x81, 0x14, 0, 0, 4};
+    const Bytes seven = {0, 0, 0x81, 0x14, 0, 0, 4};
+    const Notification gpioRecord = record(NotificationKind::GPIO_INTERRUPT, seven);
     GpioInterruptNotification gpio{0xEE};
-    const Notification shortGpio = record(NotificationKind::GPIO_INTERRUPT, six);
-    const Notification asUart = record(NotificationKind::UART_RX, seven);
-    const Notification fine = record(NotificationKind::GPIO_INTERRUPT, seven);
     EXPECT_FALSE(TarvixSDK_notificationAsGpio(nullptr, &gpio));
-    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&shortGpio, &gpio));
-    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&fine, nullptr));
-    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&asUart, &gpio));
+    EXPECT_FALSE(TarvixSDK_notificationAsGpio(&gpioRecord, nullptr));
     EXPECT_EQ(gpio.pinNumber, 0xEE);
-    EXPECT_TRUE(TarvixSDK_notificationAsGpio(&fine, &gpio));
+    EXPECT_TRUE(TarvixSDK_notificationAsGpio(&gpioRecord, &gpio));
     EXPECT_EQ(gpio.pinNumber, 4);
 
     const Bytes uart = {0, 0, 0x81, 0x10, 0, 0, 5, 0, 'a', 'b'};
@@ -362,14 +322,9 @@ TEST(FlatViews, RefuseWrongKindShortDataAndNullPointersAndReportDeclaredLengthsA
     EXPECT_EQ(ibiView.payload, ibi.data() + 8);
 
     const Bytes join = {0, 0, 0x82, 0x19, 0, 0, 1, 2, 3, 4, 5, 6, 0x27, 0xC4, 0x09};
-    I3cHotJoinNotification joinView{};
-    const Notification fourteen = record(NotificationKind::I3C_HOT_JOIN, Bytes(join.begin(), join.end() - 1));
-    EXPECT_FALSE(TarvixSDK_notificationAsI3cHotJoin(&fourteen, &joinView));
     const Notification hotJoin = record(NotificationKind::I3C_HOT_JOIN, join);
+    I3cHotJoinNotification joinView{};
     ASSERT_TRUE(TarvixSDK_notificationAsI3cHotJoin(&hotJoin, &joinView));
-    EXPECT_EQ(Bytes(joinView.provisionalId, joinView.provisionalId + 6), (Bytes{1, 2, 3, 4, 5, 6}));
-    EXPECT_EQ(joinView.bcr, 0x27);
-    EXPECT_EQ(joinView.dcr, 0xC4);
     EXPECT_EQ(joinView.dynamicAddress, 0x09);
 }
 

@@ -16,22 +16,21 @@ std::vector<const hid_device_info*> listOf(const hid_device_info* head)
 
 class Enumeration : public VirtualAdapterTest {};
 
+// The identities the SDK reads from the list (ids, serials, order) are checked by its own
+// adapter-choice tests; here the rest of each record and the id filters the SDK does not use.
 TEST_F(Enumeration, Enumerate_ListsAdaptersInAttachOrderWithTheirIdentityAndFiltersByNonZeroIds)
 {
     vt::AdapterConfig small;
     small.path = "/dev/hidraw-a";
     vt::AdapterConfig large;
     large.productId = 0x82FD;
-    large.serialNumber = L"SN-1024";
     vt::AdapterConfig foreign;
     foreign.vendorId = 0x1234;
-    foreign.productId = 0x82FD; // unsupported by the SDK, still listed; no serial
-    auto a = vt::attach(small);
+    foreign.productId = 0x82FD; // unsupported by the SDK, still listed
+    vt::attach(small);
     auto b = vt::attach(large);
     auto c = vt::attach(foreign);
-    EXPECT_EQ(a.reportSize(), 64u);
-    EXPECT_EQ(b.reportSize(), 1024u);
-    EXPECT_EQ(c.reportSize(), 64u);
+    EXPECT_EQ(c.reportSize(), 64u); // the large report only for the adapter's own vendor
 
     hid_device_info* devs = hid_enumerate(0, 0);
     const auto list = listOf(devs);
@@ -39,11 +38,6 @@ TEST_F(Enumeration, Enumerate_ListsAdaptersInAttachOrderWithTheirIdentityAndFilt
     EXPECT_STREQ(list[0]->path, "/dev/hidraw-a");
     EXPECT_STREQ(list[1]->path, b.path().c_str());
     EXPECT_STREQ(list[2]->path, c.path().c_str());
-    EXPECT_EQ(list[1]->vendor_id, 0x1FC9);
-    EXPECT_EQ(list[1]->product_id, 0x82FD);
-    EXPECT_EQ(std::wstring(list[1]->serial_number), L"SN-1024");
-    EXPECT_EQ(list[2]->vendor_id, 0x1234);
-    EXPECT_EQ(list[2]->serial_number, nullptr);
     for (const auto* info : list) {
         EXPECT_EQ(std::wstring(info->manufacturer_string), L"Tarvix Instruments");
         EXPECT_EQ(std::wstring(info->product_string), L"Tarvix USB Protocol Adapter");
@@ -82,15 +76,11 @@ TEST_F(Enumeration, Unplug_RemovesFromEnumerationAndReplugRestoresPlace)
     hid_free_enumeration(devs);
 }
 
-TEST_F(Enumeration, Attach_RejectsDuplicatePathAndImpossibleReportSizeAndMayLeaveTheBenchOut)
+// A duplicate path and a report too small for a frame header are refused through the C control
+// interface's own test.
+TEST_F(Enumeration, Attach_RejectsAReportSizeItsSegmentsCannotCountAndMayLeaveTheBenchOut)
 {
     vt::AdapterConfig config;
-    config.path = "same";
-    vt::attach(config);
-    EXPECT_THROW(vt::attach(config), std::invalid_argument);
-    config.path.clear();
-    config.reportSize = 4;
-    EXPECT_THROW(vt::attach(config), std::invalid_argument);
     config.reportSize = 1026; // a segment could not say how much it carries
     EXPECT_THROW(vt::attach(config), std::invalid_argument);
     config.reportSize = 1025;
@@ -120,26 +110,6 @@ TEST_F(Enumeration, Open_BySerialPicksTheMatchingAdapterAndFailsForUnknownPathOr
     EXPECT_EQ(hid_open(0x1FC9, 0x82FC, nullptr), nullptr);
     plain.setOpenFails(false);
     EXPECT_NE(open(plain), nullptr);
-}
-
-TEST_F(Enumeration, Counters_CountInitExitAndOpenHandles)
-{
-    auto adapter = vt::attach();
-    const std::size_t handlesBefore = vt::counters().openHandles;
-    hid_init();
-    hid_init();
-    hid_exit();
-    hid_device* first = open(adapter);
-    hid_device* second = open(adapter);
-    EXPECT_EQ(vt::counters().initCalls, 2u);
-    EXPECT_EQ(vt::counters().exitCalls, 1u);
-    EXPECT_EQ(vt::counters().openHandles, handlesBefore + 2);
-    EXPECT_EQ(adapter.openHandles(), 2u);
-    close(first);
-    close(second);
-    EXPECT_EQ(adapter.openHandles(), 0u);
-    vt::reset();
-    EXPECT_EQ(vt::counters().initCalls, 0u);
 }
 
 TEST_F(Enumeration, HandleStrings_ComeFromTheConfigAndAnUnconvertibleSerialIsReportedAsGiven)

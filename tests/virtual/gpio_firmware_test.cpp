@@ -10,16 +10,13 @@ class Gpio : public BenchTest {
 protected:
     std::uint16_t configure(std::uint8_t pin, std::uint8_t function, std::uint8_t level = 0)
     {
-        return statusOf(call(vt::codes::GPIO_CONFIGURE_PIN, {pin, function, level}));
+        return status(vt::codes::GPIO_CONFIGURE_PIN, {pin, function, level});
     }
-    std::uint16_t write(std::uint8_t pin, std::uint8_t level)
-    {
-        return statusOf(call(vt::codes::GPIO_WRITE, {pin, level}));
-    }
+    std::uint16_t write(std::uint8_t pin, std::uint8_t level) { return status(vt::codes::GPIO_WRITE, {pin, level}); }
     vt::Bytes read(std::uint8_t pin) { return call(vt::codes::GPIO_READ, {pin}); }
     std::uint16_t arm(std::uint8_t pin, std::uint8_t trigger)
     {
-        return statusOf(call(vt::codes::GPIO_ARM_INTERRUPT, {pin, trigger}));
+        return status(vt::codes::GPIO_ARM_INTERRUPT, {pin, trigger});
     }
 };
 
@@ -50,7 +47,7 @@ TEST_F(Gpio, DisarmedOrReconfiguredPin_StaysQuiet)
     ASSERT_EQ(configure(0, kOutput), 0);
     ASSERT_EQ(configure(1, kInterrupt), 0);
     ASSERT_EQ(arm(1, kBoth), 0);
-    EXPECT_EQ(statusOf(call(vt::codes::GPIO_DISARM_INTERRUPT, {1})), 0);
+    EXPECT_EQ(status(vt::codes::GPIO_DISARM_INTERRUPT, {1}), 0);
     EXPECT_EQ(write(0, 1), 0);
     EXPECT_TRUE(nothingPending());
     ASSERT_EQ(arm(1, kBoth), 0);

@@ -3,21 +3,13 @@
 
 namespace {
 
-// Transfer head: bus, u16 count, address, register length, u32 register (LE), flag.
-vt::Bytes head(std::uint8_t bus, std::uint16_t count, std::uint8_t address, vt::Bytes registerAddress)
+// Transfer head: bus, u16 count, address, register length, u32 register (folded MSB first, sent
+// little-endian), flag.
+vt::Bytes head(std::uint8_t bus, std::uint16_t count, std::uint8_t address, const vt::Bytes& reg)
 {
-    std::uint32_t folded = 0;
-    for (const std::uint8_t byte : registerAddress) folded = folded << 8 | byte;
-    return {bus,
-            static_cast<std::uint8_t>(count),
-            static_cast<std::uint8_t>(count >> 8),
-            address,
-            static_cast<std::uint8_t>(registerAddress.size()),
-            static_cast<std::uint8_t>(folded),
-            static_cast<std::uint8_t>(folded >> 8),
-            static_cast<std::uint8_t>(folded >> 16),
-            static_cast<std::uint8_t>(folded >> 24),
-            0};
+    vt::Bytes bytes = concat(concat({bus}, u16(count)), {address, static_cast<std::uint8_t>(reg.size())});
+    for (std::size_t i = 0; i < 4; ++i) bytes.push_back(i < reg.size() ? reg[reg.size() - 1 - i] : 0);
+    return concat(bytes, {0});
 }
 
 class I2c : public BenchTest {
@@ -25,16 +17,16 @@ protected:
     void SetUp() override
     {
         BenchTest::SetUp();
-        ASSERT_EQ(statusOf(call(vt::codes::I2C_INIT, {0, 0xA0, 0x86, 0x01, 0x00, 0})), 0); // 100 kHz
+        ASSERT_EQ(status(vt::codes::I2C_INIT, {0, 0xA0, 0x86, 0x01, 0x00, 0}), 0); // 100 kHz
     }
     std::uint16_t write(std::uint8_t address, vt::Bytes reg, const vt::Bytes& data, std::uint8_t bus = 0)
     {
         const auto count = static_cast<std::uint16_t>(data.size());
-        return statusOf(call(vt::codes::I2C_WRITE, concat(head(bus, count, address, std::move(reg)), data)));
+        return status(vt::codes::I2C_WRITE, concat(head(bus, count, address, reg), data));
     }
     vt::Bytes read(std::uint8_t address, vt::Bytes reg, std::uint16_t length, std::uint8_t bus = 0)
     {
-        return call(vt::codes::I2C_READ, head(bus, length, address, std::move(reg)));
+        return call(vt::codes::I2C_READ, head(bus, length, address, reg));
     }
     // The data bytes of a read's answer.
     static vt::Bytes dataOf(const vt::Bytes& answer)
@@ -71,14 +63,13 @@ TEST_F(I2c, PortSettings_AreCheckedAndKept)
     const auto notInitialised = code(vt::DeviceStatus::I2C_BUS_NOT_INITIALISED);
     const auto unsupported = code(vt::DeviceStatus::UNSUPPORTED_SETTING);
     EXPECT_EQ(write(0x50, {0}, {1}, 1), notInitialised);
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_SCAN, {1, 0})), notInitialised);
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_SET_PARAMETERS, {1, 0x80, 0x1A, 0x06, 0x00, 0})), notInitialised);
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_INIT, {2, 0x80, 0x1A, 0x06, 0x00, 0})),
-              code(vt::DeviceStatus::INVALID_PARAMETER));
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_SET_PARAMETERS, {0, 0x41, 0x42, 0x0F, 0x00, 0})), unsupported); // 1 MHz + 1
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_SET_PARAMETERS, {0, 0x40, 0x42, 0x0F, 0x00, 9})), 0);
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_SET_PULL_UPS, {0, 4})), unsupported);
-    EXPECT_EQ(statusOf(call(vt::codes::I2C_SET_PULL_UPS, {0, 2})), 0);
+    EXPECT_EQ(status(vt::codes::I2C_SCAN, {1, 0}), notInitialised);
+    EXPECT_EQ(status(vt::codes::I2C_SET_PARAMETERS, {1, 0x80, 0x1A, 0x06, 0x00, 0}), notInitialised);
+    EXPECT_EQ(status(vt::codes::I2C_INIT, {2, 0x80, 0x1A, 0x06, 0x00, 0}), code(vt::DeviceStatus::INVALID_PARAMETER));
+    EXPECT_EQ(status(vt::codes::I2C_SET_PARAMETERS, {0, 0x41, 0x42, 0x0F, 0x00, 0}), unsupported); // 1 MHz + 1
+    EXPECT_EQ(status(vt::codes::I2C_SET_PARAMETERS, {0, 0x40, 0x42, 0x0F, 0x00, 9}), 0);
+    EXPECT_EQ(status(vt::codes::I2C_SET_PULL_UPS, {0, 4}), unsupported);
+    EXPECT_EQ(status(vt::codes::I2C_SET_PULL_UPS, {0, 2}), 0);
     const vt::I2cBusState bus = vt::i2cBusState(*adapter, 0);
     EXPECT_TRUE(bus.initialised);
     EXPECT_EQ(bus.frequency, 1000000u);

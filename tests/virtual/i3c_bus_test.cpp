@@ -61,9 +61,7 @@ protected:
     // Notifications received so far, after waiting for at least @p count.
     std::vector<vt::Bytes> takeNotifications(std::size_t count = 0)
     {
-        for (auto frame = readFrame(dev, 64, notes.size() < count ? 2000 : 0); frame;
-             frame = readFrame(dev, 64, notes.size() < count ? 2000 : 0))
-            notes.push_back(*frame);
+        while (auto frame = readFrame(dev, 64, notes.size() < count ? 2000 : 0)) notes.push_back(*frame);
         return std::exchange(notes, {});
     }
 

@@ -8,7 +8,7 @@ protected:
     // bit order, mode, width, chip select, polarity, u32 frequency (1 MHz)
     std::uint16_t init(std::uint8_t lsbFirst = 0, std::uint8_t chipSelect = 0, std::uint8_t activeHigh = 0)
     {
-        return statusOf(call(vt::codes::SPI_INIT, {lsbFirst, 0, 8, chipSelect, activeHigh, 0x40, 0x42, 0x0F, 0x00}));
+        return status(vt::codes::SPI_INIT, {lsbFirst, 0, 8, chipSelect, activeHigh, 0x40, 0x42, 0x0F, 0x00});
     }
     // Clocks @p mosi (padded to @p length) and returns what came back.
     vt::Bytes transfer(const vt::Bytes& mosi, std::uint16_t length = 0)
@@ -69,13 +69,13 @@ TEST_F(Spi, NoChipListening_ReadsAllOnes)
 TEST_F(Spi, UninitialisedControllerSettingsAndMalformedTransfers_AreRefused)
 {
     const auto notInitialised = code(vt::DeviceStatus::SPI_NOT_INITIALISED);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_TRANSFER, {1, 0, 1, 0, 0x9F})), notInitialised);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_SET_PARAMETERS, {0, 0, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00})), notInitialised);
+    EXPECT_EQ(status(vt::codes::SPI_TRANSFER, {1, 0, 1, 0, 0x9F}), notInitialised);
+    EXPECT_EQ(status(vt::codes::SPI_SET_PARAMETERS, {0, 0, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00}), notInitialised);
     const auto unsupported = code(vt::DeviceStatus::UNSUPPORTED_SETTING);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 4, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00})), unsupported);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 0, 12, 0, 0, 0x40, 0x42, 0x0F, 0x00})), unsupported);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 0, 8, 4, 0, 0x40, 0x42, 0x0F, 0x00})), unsupported);
-    EXPECT_EQ(statusOf(call(vt::codes::SPI_INIT, {0, 0, 8, 0, 0, 0, 0, 0, 0})), unsupported);
+    EXPECT_EQ(status(vt::codes::SPI_INIT, {0, 4, 8, 0, 0, 0x40, 0x42, 0x0F, 0x00}), unsupported);
+    EXPECT_EQ(status(vt::codes::SPI_INIT, {0, 0, 12, 0, 0, 0x40, 0x42, 0x0F, 0x00}), unsupported);
+    EXPECT_EQ(status(vt::codes::SPI_INIT, {0, 0, 8, 4, 0, 0x40, 0x42, 0x0F, 0x00}), unsupported);
+    EXPECT_EQ(status(vt::codes::SPI_INIT, {0, 0, 8, 0, 0, 0, 0, 0, 0}), unsupported);
     ASSERT_EQ(init(), 0);
     const vt::Bytes malformed = call(vt::codes::SPI_TRANSFER, {3, 0, 0, 0, 0x9F});
     EXPECT_EQ(statusOf(malformed), code(vt::DeviceStatus::INVALID_PARAMETER));

@@ -53,7 +53,10 @@ TEST_F(TimingModelTest, AnAnswerOfSeveralReportsTakesAFramePerReport)
     const std::optional<vt::Bytes> answer = readFrame(dev, 64, 2000, &reports);
     ASSERT_TRUE(answer);
     EXPECT_EQ(payloadOf(*answer), patternBytes(150));
-    EXPECT_EQ(reports.size(), 3u);
+    ASSERT_EQ(reports.size(), 3u);
+    for (const vt::Bytes& report : reports) EXPECT_EQ(report.size(), 64u);
+    EXPECT_EQ(headerOf(reports[2]), 32 << 2 | 2);
+    EXPECT_EQ(reports[2].back(), 0); // zero padded
     // One frame out, then three back.
     EXPECT_GE(Clock::now() - start, 4 * kFrame);
 }

@@ -32,46 +32,6 @@ TEST_F(Transport, Write_AcceptsOnlyOneWholeOutputReport)
     }
 }
 
-// Frames of exactly one segment's capacity and one byte more, both directions.
-class Segmentation : public Transport, public ::testing::WithParamInterface<std::pair<std::uint16_t, std::size_t>> {};
-
-TEST_P(Segmentation, FramesSplitAtSegmentCapacityBothWays)
-{
-    const auto [productId, frameSize] = GetParam();
-    vt::AdapterConfig config;
-    config.productId = productId;
-    auto adapter = vt::attach(config);
-    const std::size_t capacity = adapter.reportSize() - 2;
-    vt::Bytes frame = requestFrame(5, vt::codes::SPI_TRANSFER, patternBytes(frameSize - 4));
-    adapter.setResponder(vt::codes::SPI_TRANSFER,
-                         [](const vt::Bytes& request) { return std::vector<vt::Bytes>{request}; });
-    hid_device* dev = open(adapter);
-
-    ASSERT_TRUE(writeFrame(dev, frame, adapter.reportSize()));
-    const auto written = adapter.writtenReports();
-    const bool split = frameSize > capacity;
-    ASSERT_EQ(written.size(), split ? 2u : 1u);
-    EXPECT_EQ(adapter.requests(), std::vector<vt::Bytes>{frame});
-
-    std::vector<vt::Bytes> reports;
-    EXPECT_EQ(readFrame(dev, adapter.reportSize(), 1000, &reports), frame);
-    ASSERT_EQ(reports.size(), written.size());
-    for (const auto& report : reports) EXPECT_EQ(report.size(), adapter.reportSize());
-    if (split) {
-        EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 1);
-        EXPECT_EQ(headerOf(reports[1]), 1 << 2 | 2);
-        EXPECT_EQ(reports[1].back(), 0); // zero padded
-    } else {
-        EXPECT_EQ(headerOf(reports[0]), capacity << 2 | 3); // 0x00FB for 62 bytes
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Boundaries, Segmentation,
-                         ::testing::Values(std::make_pair(std::uint16_t{0x82FC}, std::size_t{62}),
-                                           std::make_pair(std::uint16_t{0x82FC}, std::size_t{63}),
-                                           std::make_pair(std::uint16_t{0x82FD}, std::size_t{1022}),
-                                           std::make_pair(std::uint16_t{0x82FD}, std::size_t{1023})));
-
 TEST_F(Transport, MalformedSegments_AreReadNoFurtherThanTheReportAndAContinuationJoinsTheLastFrame)
 {
     auto adapter = vt::attach();

@@ -17,14 +17,6 @@
 namespace vt = tarvix_virtual;
 using namespace std::chrono_literals;
 
-inline vt::Bytes requestFrame(std::uint16_t tid, std::uint16_t code, const vt::Bytes& payload = {})
-{
-    vt::Bytes frame{static_cast<std::uint8_t>(tid), static_cast<std::uint8_t>(tid >> 8),
-                    static_cast<std::uint8_t>(code), static_cast<std::uint8_t>(code >> 8)};
-    frame.insert(frame.end(), payload.begin(), payload.end());
-    return frame;
-}
-
 inline vt::Bytes patternBytes(std::size_t size)
 {
     vt::Bytes bytes(size);
@@ -41,6 +33,11 @@ inline vt::Bytes concat(vt::Bytes a, const vt::Bytes& b)
 {
     a.insert(a.end(), b.begin(), b.end());
     return a;
+}
+
+inline vt::Bytes requestFrame(std::uint16_t tid, std::uint16_t code, const vt::Bytes& payload = {})
+{
+    return concat(concat(u16(tid), u16(code)), payload);
 }
 
 inline std::uint16_t headerOf(const vt::Bytes& report)
@@ -131,12 +128,6 @@ protected:
         return dev;
     }
 
-    void close(hid_device* dev)
-    {
-        opened_.erase(std::remove(opened_.begin(), opened_.end(), dev), opened_.end());
-        hid_close(dev);
-    }
-
     // One request, one answer, through hidapi.
     std::optional<vt::Bytes> roundTrip(hid_device* dev, const vt::Bytes& request, std::size_t reportSize = 64,
                                        int timeoutMs = 1000)
@@ -169,6 +160,12 @@ protected:
     vt::Bytes call(std::uint16_t command, const vt::Bytes& payload = {})
     {
         return roundTrip(dev, requestFrame(++tid_, command, payload), adapter->reportSize()).value_or(vt::Bytes{});
+    }
+
+    // The status of a command's answer (0xFFFF if none came).
+    std::uint16_t status(std::uint16_t command, const vt::Bytes& payload = {})
+    {
+        return statusOf(call(command, payload));
     }
 
     // The next frame the adapter sends unasked (or empty).
