@@ -233,10 +233,11 @@ struct Settings {
     std::size_t cpuCalls = 20000;
 };
 
-// Reads the options; false (after a message) on anything it does not understand, so that a
-// mistyped option does not start a run of several minutes with the defaults.
-bool parse(int argc, char** argv, Settings& settings)
+// Reads the options, and ends the program (status 2, after a message) on anything it does not
+// understand, so that a mistyped option does not start a run of minutes with the defaults.
+Settings parse(int argc, char** argv)
 {
+    Settings settings;
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
         if (option == "--help" || option == "-h") {
@@ -249,27 +250,24 @@ bool parse(int argc, char** argv, Settings& settings)
                                                         : nullptr;
         if (target == nullptr) {
             std::fprintf(stderr, "pipeline_bench: unknown option %s (see --help)\n", option.c_str());
-            return false;
+            std::exit(2);
         }
         char* end = nullptr;
         const char* value = i + 1 < argc ? argv[++i] : "";
         *target = static_cast<std::size_t>(std::strtoull(value, &end, 10));
         if (*value == '\0' || *end != '\0' || *target == 0) {
             std::fprintf(stderr, "pipeline_bench: %s needs a positive number\n", option.c_str());
-            return false;
+            std::exit(2);
         }
     }
-    return true;
+    return settings;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    Settings settings;
-    if (!parse(argc, argv, settings)) {
-        return 2;
-    }
+    const Settings settings = parse(argc, argv);
     const std::size_t commands = settings.commands;
     const std::size_t spiBytes = settings.spiBytes;
     const std::size_t cpuCalls = settings.cpuCalls;
