@@ -1,10 +1,11 @@
-// Every flat C function that waits for an answer (each one calls the blocking TarvixSDK method of
-// the same name, so together they reach every decoder of the C++ face too), called against a virtual adapter whose answer to the request comes from the input: well-formed frames
-// with any status and payload, foreign transaction ids and codes, notifications of any code and
-// length, truncated and over-long frames, and raw input reports with lying segment headers.
+// Every flat C function that waits for an answer (each calls the blocking TarvixSDK method of
+// the same name, so together they reach every decoder of the C++ face too), against a virtual
+// adapter whose answer to the call's request comes from the input: well-formed frames with any
+// status and payload, foreign transaction ids and codes, notifications, truncated and over-long
+// frames, and raw input reports with lying segment headers.
 //
 // Input:
-//   byte 0     the call (index into the table of flat calls)
+//   byte 0     the call (index into kFlatCalls)
 //   byte 1     bit 0: 1024-byte adapter (else 64); bit 1: SessionOptions all on (else all off);
 //              bit 2: the answer items are raw input reports (else frames, segmented by the
 //              adapter); bits 3-4: which items get the request's transaction id and code written
@@ -14,23 +15,16 @@
 //   byte 2     n, the size of the argument block that follows (the call's arguments are read
 //              from it; past its end they read as 0)
 //   then       the answer: items [length u16 LE][length bytes] up to the end of the input
-// The answer is queued (answerNextRequestWithFrames / WithReports) from the session's frame tap
-// at the moment the call's first request is written, so it answers that request only, and a
-// call refused before sending leaves nothing behind. An empty answer still takes the request
-// away from the firmware model, so that no reset or boot-mode command ever reaches it.
+// The answer is queued from the session's frame tap when the call's first request is written,
+// so it answers that request only and a call refused before sending leaves nothing behind. An
+// empty answer still takes the request away from the firmware model, so that no reset or
+// boot-mode command ever reaches it. One long-lived session per adapter kind and option set,
+// with a 5 ms response timeout so that unanswered calls do not stall the run.
 //
-// One long-lived session per adapter kind and option set (four adapters), with a 5 ms
-// response timeout so that unanswered calls do not stall the run.
-//
-// Oracles, beyond the sanitizers:
-// - flat outputs are heap blocks of exactly the size the header promises (`length` bytes for the
-//   reads that take one, 6 for GETPID, 255 for the other CCC reads, `capacity` records or bytes
-//   for the device table and the bus scan), so a write past them is a report; counts returned
-//   with them stay within their capacity;
-// - every notification view a handler sees stays within its frame (extended records) or within
-//   the 256-byte copy (plain records);
-// - after every input a well-formed probe (the device information) gets its answer within 2 s,
-//   which shows the reader thread is back to reading.
+// Oracles, beyond the sanitizers: flat outputs are heap blocks of exactly the size the header
+// promises, so a write past them is a report, and counts returned with them stay within their
+// capacity; every notification a handler sees meets the views' oracle; after every input a
+// well-formed probe gets its answer within 2 s, so the reader thread is back to reading.
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -124,13 +118,6 @@ struct Plan {
 };
 Plan plan;
 
-void patchItem(Bytes& item, std::size_t offset, const std::uint8_t* request)
-{
-    for (std::size_t i = 0; i < 4 && offset + i < item.size(); ++i) {
-        item[offset + i] = request[i];
-    }
-}
-
 void armAnswer(const TraceFrame& frame)
 {
     // Input frames come on the reader threads, which must not touch the plan.
@@ -141,10 +128,10 @@ void armAnswer(const TraceFrame& frame)
     std::vector<Bytes> items = std::move(plan.items);
     const std::size_t offset = plan.raw ? 2 : 0; // in a report the frame starts after the segment header
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const bool first = i == 0;
-        const bool last = i + 1 == items.size();
-        if (plan.patch == 3 || (plan.patch == 1 && first) || (plan.patch == 2 && last)) {
-            patchItem(items[i], offset, frame.data);
+        const bool patched =
+            plan.patch == 3 || (plan.patch == 1 && i == 0) || (plan.patch == 2 && i + 1 == items.size());
+        for (std::size_t b = 0; patched && b < 4 && offset + b < items[i].size(); ++b) {
+            items[i][offset + b] = frame.data[b]; // the request's transaction id and code
         }
     }
     if (plan.raw) {
@@ -165,23 +152,17 @@ void onTrace(const TraceFrame* frame, void*)
 
 // ------------------------------------------------------------------------------ notifications
 
-// Every record a handler sees meets the views' oracles (fuzz_support.hpp), C++ and C alike; a
-// plain record is a copy of at most 256 bytes with an 8-bit length.
-void checkViews(const Notification& n)
-{
-    fuzz::checkCppViews(n);
-    fuzz::checkFlatViews(n);
-}
-
+// Every record a handler sees meets the views' oracle (fuzz_support.hpp); a plain record is a
+// copy of at most 256 bytes with an 8-bit length.
 void plainCallback(const Notification* n)
 {
     expect(n->length <= 255, "a plain flat notification longer than its 8-bit length");
-    checkViews(*n);
+    fuzz::checkViews(*n);
 }
 
 void extendedCallback(const Notification* n, void*)
 {
-    checkViews(*n);
+    fuzz::checkViews(*n);
 }
 
 // ------------------------------------------------------------------------------ sessions
@@ -247,6 +228,15 @@ using FlatCall = void (*)(TarvixSDK_Handle*, Args&);
         body;                                                                                                          \
     }
 
+// One of four calls of one signature (the four buses' rails, the four activity states), picked
+// by an argument byte.
+template <class Call>
+Call oneOf(Args& a, Call first, Call second, Call third, Call fourth)
+{
+    const Call calls[] = {first, second, third, fourth};
+    return calls[a.u8() % 4];
+}
+
 // The 255-byte CCC read buffers and their 8-bit length.
 void cccRead(StatusCode (*read)(TarvixSDK_Handle*, std::uint8_t, std::uint8_t*, std::uint8_t*), TarvixSDK_Handle* h,
              Args& a)
@@ -273,19 +263,14 @@ const FlatCall kFlatCalls[] = {
     FLAT(TarvixSDK_EnterBootMode(h)),
     FLAT(TarvixSDK_DeviceInfo info{}; TarvixSDK_GetDeviceInfo(h, a.null() ? nullptr : &info);
          TarvixSDK_FreeDeviceInfo(&info)),
-    // Rails
-    FLAT(TarvixSDK_GpioSetVoltage(h, a.u16(), a.flag())),
-    FLAT(TarvixSDK_I2cSetBusVoltage(h, a.u16(), a.flag())),
-    FLAT(TarvixSDK_SpiSetBusVoltage(h, a.u16(), a.flag())),
-    FLAT(TarvixSDK_UartSetBusVoltage(h, a.u16(), a.flag())),
-    FLAT(TarvixSDK_GpioUseExternalVoltage(h, a.flag())),
-    FLAT(TarvixSDK_I2cUseExternalVoltage(h, a.flag())),
-    FLAT(TarvixSDK_SpiUseExternalVoltage(h, a.flag())),
-    FLAT(TarvixSDK_UartUseExternalVoltage(h, a.flag())),
-    FLAT(std::uint16_t v = 0; TarvixSDK_GpioGetVoltage(h, a.null() ? nullptr : &v)),
-    FLAT(std::uint16_t v = 0; TarvixSDK_I2cGetBusVoltage(h, a.null() ? nullptr : &v)),
-    FLAT(std::uint16_t v = 0; TarvixSDK_SpiGetBusVoltage(h, a.null() ? nullptr : &v)),
-    FLAT(std::uint16_t v = 0; TarvixSDK_UartGetBusVoltage(h, a.null() ? nullptr : &v)),
+    // Rails: GPIO, I2C, SPI and UART
+    FLAT(oneOf(a, TarvixSDK_GpioSetVoltage, TarvixSDK_I2cSetBusVoltage, TarvixSDK_SpiSetBusVoltage,
+               TarvixSDK_UartSetBusVoltage)(h, a.u16(), a.flag())),
+    FLAT(oneOf(a, TarvixSDK_GpioUseExternalVoltage, TarvixSDK_I2cUseExternalVoltage, TarvixSDK_SpiUseExternalVoltage,
+               TarvixSDK_UartUseExternalVoltage)(h, a.flag())),
+    FLAT(std::uint16_t v = 0; oneOf(a, TarvixSDK_GpioGetVoltage, TarvixSDK_I2cGetBusVoltage, TarvixSDK_SpiGetBusVoltage,
+                                    TarvixSDK_UartGetBusVoltage)(h, a.null() ? nullptr : &v)),
+    // I3C rail
     FLAT(TarvixSDK_I3cSetBusVoltage(h, a.u16())),
     FLAT(TarvixSDK_I3cUseExternalVoltage(h, a.flag())),
     FLAT(std::uint16_t v1 = 0; std::uint16_t v2 = 0;
@@ -368,10 +353,8 @@ const FlatCall kFlatCalls[] = {
     // CCC, broadcast
     FLAT(TarvixSDK_I3cCccENECBroadcast(h, a.u8())),
     FLAT(TarvixSDK_I3cCccDISECBroadcast(h, a.u8())),
-    FLAT(TarvixSDK_I3cCccENTAS0Broadcast(h)),
-    FLAT(TarvixSDK_I3cCccENTAS1Broadcast(h)),
-    FLAT(TarvixSDK_I3cCccENTAS2Broadcast(h)),
-    FLAT(TarvixSDK_I3cCccENTAS3Broadcast(h)),
+    FLAT(oneOf(a, TarvixSDK_I3cCccENTAS0Broadcast, TarvixSDK_I3cCccENTAS1Broadcast, TarvixSDK_I3cCccENTAS2Broadcast,
+               TarvixSDK_I3cCccENTAS3Broadcast)(h)),
     FLAT(TarvixSDK_I3cCccRSTDAA(h)),
     FLAT(TarvixSDK_I3cCccENTDAA(h)),
     FLAT(TarvixSDK_I3cCccSETMWLBroadcast(h, a.u16())),
@@ -386,10 +369,8 @@ const FlatCall kFlatCalls[] = {
     // CCC, direct
     FLAT(TarvixSDK_I3cCccENECDirect(h, a.u8(), a.u8())),
     FLAT(TarvixSDK_I3cCccDISECDirect(h, a.u8(), a.u8())),
-    FLAT(TarvixSDK_I3cCccENTAS0Direct(h, a.u8())),
-    FLAT(TarvixSDK_I3cCccENTAS1Direct(h, a.u8())),
-    FLAT(TarvixSDK_I3cCccENTAS2Direct(h, a.u8())),
-    FLAT(TarvixSDK_I3cCccENTAS3Direct(h, a.u8())),
+    FLAT(oneOf(a, TarvixSDK_I3cCccENTAS0Direct, TarvixSDK_I3cCccENTAS1Direct, TarvixSDK_I3cCccENTAS2Direct,
+               TarvixSDK_I3cCccENTAS3Direct)(h, a.u8())),
     FLAT(TarvixSDK_I3cCccSETDASA(h, a.u8(), a.u8())),
     FLAT(TarvixSDK_I3cCccSETNEWDA(h, a.u8(), a.u8())),
     FLAT(TarvixSDK_I3cCccSETMWLDirect(h, a.u8(), a.u16())),

@@ -1,6 +1,6 @@
 // What the harnesses share: failing with a message, blocks of exactly a given size (so that
 // AddressSanitizer sees a read one byte past them), the reader of length-prefixed input items,
-// and the oracles of the notification views.
+// and the oracle of the notification views.
 #pragma once
 
 #include <cstddef>
@@ -92,83 +92,64 @@ inline void touch(const std::uint8_t* p, std::size_t count)
     sink = sum;
 }
 
-inline bool within(const Notification& n, const std::uint8_t* p, std::size_t count)
+// A view's payload, with its length, lies in the record and within the length it declares.
+inline void expectPayload(const Notification& n, const std::uint8_t* p, std::size_t count, std::size_t declared,
+                          const char* what)
 {
     const std::uint8_t* end = n.data + n.length;
-    return p >= n.data && p <= end && count <= static_cast<std::size_t>(end - p);
+    expect(p >= n.data && p <= end && count <= static_cast<std::size_t>(end - p) && count <= declared, what);
+    touch(p, count);
 }
 
-// A C++ view is non-null exactly when the kind matches and the record holds the view's fixed
-// fields; what it points at, with its length, lies in the record (declared lengths cut to what
-// arrived), and its fixed fields are the record's bytes.
-inline void checkCppViews(const Notification& n)
+// A C++ view of a record and its flat twin: each present exactly when the kind matches and the
+// record holds the view's fixed fields (else the views disagree). The C++ one, or null.
+template <class View>
+const View* bothViews(const Notification& n, const View* view, bool (*flat)(const Notification*, View*), View& flatView,
+                      NotificationKind kind, std::size_t fixedLength, const char* what)
+{
+    const bool present = n.kind == kind && n.length >= fixedLength;
+    expect((view != nullptr) == present && flat(&n, &flatView) == present, what);
+    return view;
+}
+
+// The views of a record, C++ and flat. Their fixed fields are the record's bytes; what a C++ view
+// points at, with its length, lies in the record (declared lengths cut to what arrived); a flat
+// view has the same pointers but the declared lengths as they stand. Null pointers are refused,
+// never followed.
+inline void checkViews(const Notification& n)
 {
     touch(n.data, n.length);
-    const GpioInterruptNotification* gpio = n.gpio();
-    expect((gpio != nullptr) == (n.kind == NotificationKind::GPIO_INTERRUPT && n.length >= 7),
-           "gpio() disagrees on kind/length");
-    if (gpio != nullptr) {
-        expect(gpio->pinNumber == n.data[6], "gpio pin is not byte 6");
-    }
-    const I3cIbiNotification* ibi = n.i3cIbi();
-    expect((ibi != nullptr) == (n.kind == NotificationKind::I3C_IBI && n.length >= 8),
-           "i3cIbi() disagrees on kind/length");
-    if (ibi != nullptr) {
-        expect(ibi->targetAddress == n.data[6] && ibi->payload == n.data + 8, "IBI fields are not bytes 6 and 8..");
-        expect(within(n, ibi->payload, ibi->payloadLength) && ibi->payloadLength <= n.data[7],
-               "IBI payload runs past the frame or its declared length");
-        touch(ibi->payload, ibi->payloadLength);
-    }
-    const I3cHotJoinNotification* hotJoin = n.i3cHotJoin();
-    expect((hotJoin != nullptr) == (n.kind == NotificationKind::I3C_HOT_JOIN && n.length >= 15),
-           "i3cHotJoin() disagrees on kind/length");
-    if (hotJoin != nullptr) {
-        expect(std::memcmp(hotJoin->provisionalId, n.data + 6, 6) == 0 && hotJoin->bcr == n.data[12] &&
-                   hotJoin->dcr == n.data[13] && hotJoin->dynamicAddress == n.data[14],
-               "hot-join fields are not bytes 6..14");
-    }
-    const UartRxNotification* uart = n.uartRx();
-    expect((uart != nullptr) == (n.kind == NotificationKind::UART_RX && n.length >= 8),
-           "uartRx() disagrees on kind/length");
-    if (uart != nullptr) {
-        const std::size_t declared = static_cast<std::size_t>(n.data[6] | (n.data[7] << 8));
-        expect(uart->data == n.data + 8, "UART data does not start at byte 8");
-        expect(within(n, uart->data, uart->dataLength) && uart->dataLength <= declared,
-               "UART data runs past the frame or its declared length");
-        touch(uart->data, uart->dataLength);
-    }
-}
-
-// A flat view agrees with the C++ one on when it succeeds and on the fixed fields; its pointers
-// are the record's base plus 8 and its lengths are the declared ones, as they stand. Null
-// pointers are refused, never followed.
-inline void checkFlatViews(const Notification& n)
-{
     GpioInterruptNotification gpio{};
-    const bool gpioOk = TarvixSDK_notificationAsGpio(&n, &gpio);
-    expect(gpioOk == (n.kind == NotificationKind::GPIO_INTERRUPT && n.length >= 7), "flat gpio disagrees");
-    expect(!gpioOk || gpio.pinNumber == n.data[6], "flat gpio pin");
-
+    if (const GpioInterruptNotification* view = bothViews(n, n.gpio(), TarvixSDK_notificationAsGpio, gpio,
+                                                          NotificationKind::GPIO_INTERRUPT, 7, "GPIO views disagree")) {
+        expect(view->pinNumber == n.data[6] && gpio.pinNumber == n.data[6], "GPIO pin is not byte 6");
+    }
     I3cIbiNotification ibi{};
-    const bool ibiOk = TarvixSDK_notificationAsI3cIbi(&n, &ibi);
-    expect(ibiOk == (n.kind == NotificationKind::I3C_IBI && n.length >= 8), "flat IBI disagrees");
-    expect(!ibiOk || (ibi.targetAddress == n.data[6] && ibi.payload == n.data + 8 && ibi.payloadLength == n.data[7]),
-           "flat IBI fields");
-
+    if (const I3cIbiNotification* view = bothViews(n, n.i3cIbi(), TarvixSDK_notificationAsI3cIbi, ibi,
+                                                   NotificationKind::I3C_IBI, 8, "IBI views disagree")) {
+        expect(view->targetAddress == n.data[6] && view->payload == n.data + 8 && ibi.targetAddress == n.data[6] &&
+                   ibi.payload == n.data + 8 && ibi.payloadLength == n.data[7],
+               "IBI fields are not bytes 6, 7 and 8..");
+        expectPayload(n, view->payload, view->payloadLength, n.data[7],
+                      "IBI payload runs past the frame or its length");
+    }
     I3cHotJoinNotification hotJoin{};
-    const bool hotJoinOk = TarvixSDK_notificationAsI3cHotJoin(&n, &hotJoin);
-    expect(hotJoinOk == (n.kind == NotificationKind::I3C_HOT_JOIN && n.length >= 15), "flat hot-join disagrees");
-    expect(!hotJoinOk || (std::memcmp(hotJoin.provisionalId, n.data + 6, 6) == 0 && hotJoin.bcr == n.data[12] &&
-                          hotJoin.dcr == n.data[13] && hotJoin.dynamicAddress == n.data[14]),
-           "flat hot-join fields");
-
+    const auto fromFrame = [&](const I3cHotJoinNotification& v) {
+        return std::memcmp(v.provisionalId, n.data + 6, 6) == 0 && v.bcr == n.data[12] && v.dcr == n.data[13] &&
+               v.dynamicAddress == n.data[14];
+    };
+    if (const I3cHotJoinNotification* view = bothViews(n, n.i3cHotJoin(), TarvixSDK_notificationAsI3cHotJoin, hotJoin,
+                                                       NotificationKind::I3C_HOT_JOIN, 15, "hot-join views disagree")) {
+        expect(fromFrame(*view) && fromFrame(hotJoin), "hot-join fields are not bytes 6..14");
+    }
     UartRxNotification uart{};
-    const bool uartOk = TarvixSDK_notificationAsUartRx(&n, &uart);
-    expect(uartOk == (n.kind == NotificationKind::UART_RX && n.length >= 8), "flat UART disagrees");
-    expect(!uartOk ||
-               (uart.data == n.data + 8 && uart.dataLength == static_cast<std::size_t>(n.data[6] | (n.data[7] << 8))),
-           "flat UART fields");
-
+    if (const UartRxNotification* view = bothViews(n, n.uartRx(), TarvixSDK_notificationAsUartRx, uart,
+                                                   NotificationKind::UART_RX, 8, "UART views disagree")) {
+        const std::size_t declared = static_cast<std::size_t>(n.data[6] | (n.data[7] << 8));
+        expect(view->data == n.data + 8 && uart.data == n.data + 8 && uart.dataLength == declared,
+               "UART fields are not bytes 6..7 and 8..");
+        expectPayload(n, view->data, view->dataLength, declared, "UART data runs past the frame or its length");
+    }
     expect(!TarvixSDK_notificationAsGpio(&n, nullptr) && !TarvixSDK_notificationAsI3cIbi(nullptr, &ibi) &&
                !TarvixSDK_notificationAsI3cHotJoin(&n, nullptr) && !TarvixSDK_notificationAsUartRx(nullptr, &uart),
            "a flat view accepted a null pointer");

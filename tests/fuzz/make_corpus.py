@@ -95,7 +95,7 @@ def item(data):
 def reassembly():
     # [size bit][control u8, length u16, report]...
     def report(data, control=0):
-        return bytes([control]) + u16(len(data)) + bytes(data)
+        return bytes([control]) + item(data)
 
     for large, size in ((0, 64), (1, 1024)):
         frame = response(1, 0x0407, 0, b"\x11" + b"Tarvix Instruments")
@@ -172,34 +172,26 @@ def blocking_calls():
     options = 1 << 1
     ok = response(0, 0, 0)
     # The arguments follow each row of the table: pointers are present unless their byte is 0xFF,
-    # byte blocks are a count then the bytes, enumerations are four bytes.
+    # byte blocks are a count then the bytes, enumerations are four bytes. Outputs get answers
+    # longer than their buffers or capacities.
     seed("usb_string", "GetDeviceInfo", patch_first, [0], [response(0, 0, 0, b"\x04TVX")])
     seed("usb_string_foreign", "GetDeviceInfo", options, [0], [response(0x1234, 0x0407, 0, b"\x04TVX")])
     seed("voltages", "I3cGetBusVoltage", patch_first, [0, 0], [response(0, 0, 0, u16(3300) + u16(1800) + u16(1200))])
     seed("gpio_read_after_notification", "GpioDigitalRead", patch_last, [0] * 4, [GPIO, response(0, 0, 0, [1])])
-    seed("i2c_read", "I2cRead", patch_first, [0, 0x50, 1, 0x10, 4, 0, 0, 0],
-         [response(0, 0, 0, [0, 4, 0, 1, 2, 3, 4])])
     seed("i2c_read_short", "I2cRead", patch_first | options, [0, 0x50, 0, 8, 0, 0, 0],
          [response(0, 0, 0, [0, 8, 0, 1])])
-    seed("flat_i2c_read", "I2cRead", patch_first, [0, 0x50, 0, 4, 0],
+    seed("i2c_read_long", "I2cRead", patch_first, [0, 0x50, 0, 4, 0],
          [response(0, 0, 0, [0, 4, 0, 1, 2, 3, 4, 5, 6])])
-    seed("i2c_scan", "I2cScanBus", patch_first, [8, 0, 0, 0], [response(0, 0, 0, [0, 2, 1, 0x48, 0x50, 0x10, 0x02])])
-    seed("flat_scan", "I2cScanBus", patch_first, [1, 0, 0, 0], [response(0, 0, 0, [0, 3, 0, 1, 2, 3])])
-    seed("spi_transfer", "SpiTransfer", patch_first | 1, [1, 0x9F, 4, 0, 0],
-         [response(0, 0, 0, u16(4) + b"\xEF\x40\x18\x00")])
-    seed("flat_spi", "SpiTransfer", patch_first, [0, 2, 0], [response(0, 0, 0, u16(9) + bytes(9))])
-    seed("device_table", "I3cGetDeviceTable", patch_first, [4, 0], [response(0, 0, 0, [2] + [0x30] * 16 + [0x31] * 16)])
-    seed("flat_table", "I3cGetDeviceTable", patch_first, [1], [response(0, 0, 0, [3] + [0x30] * 48)])
-    seed("sdr_read", "I3cSdrRead", patch_first, [0x30, 1, 0x11, 8, 0, 0, 0, 0, 0, 0],
-         [response(0, 0, 0, u16(8) + bytes(range(8)))])
-    seed("flat_sdr_read", "I3cSdrRead", patch_first, [0x30, 0, 2, 0], [response(0, 0, 0, u16(5) + bytes(5))])
+    seed("i2c_scan", "I2cScanBus", patch_first, [1, 0, 0, 0], [response(0, 0, 0, [0, 3, 0, 1, 2, 3])])
+    seed("spi_transfer", "SpiTransfer", patch_first, [0, 2, 0], [response(0, 0, 0, u16(9) + bytes(9))])
+    seed("device_table", "I3cGetDeviceTable", patch_first, [1], [response(0, 0, 0, [3] + [0x30] * 48)])
+    seed("sdr_read", "I3cSdrRead", patch_first, [0x30, 0, 2, 0], [response(0, 0, 0, u16(5) + bytes(5))])
     seed("hdr_read", "I3cHdrDdrRead", patch_first, [0x30, 0x20, 4, 0, 0],
          [response(0, 0, 0, u16(4) + b"\x01\x02\x03\x04")])
     seed("getmrl", "I3cCccGETMRL", patch_first, [0x30, 0, 1, 1], [response(0, 0, 0, [0x30, 0x8C, 0, 3, 0x01, 0x00, 0x10])])
-    seed("getpid", "I3cCccGETPID", patch_first, [0x30, 0], [response(0, 0, 0, [0x30, 0x8D, 0, 6, 1, 2, 3, 4, 5, 6])])
-    seed("flat_getpid", "I3cCccGETPID", patch_first, [0x30], [response(0, 0, 0, [0x30, 0x8D, 0, 9] + [7] * 9)])
+    seed("getpid", "I3cCccGETPID", patch_first, [0x30], [response(0, 0, 0, [0x30, 0x8D, 0, 9] + [7] * 9)])
     seed("getstatus", "I3cCccGETSTATUS", patch_first, [0x30, 0, 0, 0], [response(0, 0, 0, [0x30, 0x90, 0, 2, 0, 0])])
-    seed("flat_getmxds", "I3cCccGETMXDS", patch_first, [0x30], [response(0, 0, 0, [0x30, 0x94, 0, 255] + [1] * 255)])
+    seed("getmxds", "I3cCccGETMXDS", patch_first, [0x30], [response(0, 0, 0, [0x30, 0x94, 0, 255] + [1] * 255)])
     seed("reset_then_stray", "ResetDevice", 0, [], [ok, IBI])
     seed("notifications_only", "I2cRead", 0, [0, 0x50, 0, 4, 0], [GPIO, UART, IBI, HOT_JOIN, UNKNOWN, UART_LYING])
     seed("raw_lying_reports", "I2cRead", raw | patch_first, [0, 0x50, 0, 4, 0],
@@ -208,9 +200,9 @@ def blocking_calls():
          segments(response(0, 0, 0, u16(2) + b"\x12\x34"), 1024))
     seed("raw_segments_64", "I3cSdrRead", raw | patch_first, [0x30, 0, 200, 0, 0, 0, 0, 0, 0],
          segments(response(0, 0, 0, u16(200) + bytes(200)), 64))
-    seed("flat_device_info_ex", "GetDeviceInfo", patch_last | 0x20, [],
+    seed("device_info_ex", "GetDeviceInfo", patch_last | 0x20, [],
          [notification(0x1081, u16(300) + bytes(300)), response(0, 0, 0, b"\x04TVX")])
-    seed("flat_notification_256", "GetDeviceInfo", patch_last | 1,
+    seed("notification_256", "GetDeviceInfo", patch_last | 1,
          [], [notification(0x1981, [0x30, 250] + [0x42] * 248), response(0, 0, 0, b"\x02Z")])
 
 

@@ -27,14 +27,12 @@ std::string describeIn(const std::vector<std::uint8_t>& bytes)
     return describeFrame(record);
 }
 
-TEST(FrameTextRegression, HotJoinNotificationWithoutStatusEndsEarlyWithoutReadingPastTheFrame)
+// The frames found (hot-join, 4 and 5 bytes) show exactly this line; every other notification
+// code with a layout ends early likewise, showing no field.
+TEST(FrameTextRegression, NotificationWithoutStatusEndsEarlyWithoutReadingPastTheFrame)
 {
     EXPECT_EQ(describeIn({0x00, 0x00, 0x82, 0x19}), "IN I3C_HOT_JOIN 0x1982 notification (frame ends early)");
     EXPECT_EQ(describeIn({0x00, 0x00, 0x82, 0x19, 0x00}), "IN I3C_HOT_JOIN 0x1982 notification (frame ends early)");
-}
-
-TEST(FrameTextRegression, EveryKnownNotificationWithoutStatusEndsEarly)
-{
     const std::uint8_t highs[] = {0x10, 0x14, 0x19};
     const std::uint8_t lows[] = {0x81, 0x82};
     for (const std::uint8_t high : highs) {
@@ -45,7 +43,7 @@ TEST(FrameTextRegression, EveryKnownNotificationWithoutStatusEndsEarly)
                 const std::string line = describeIn(frame);
                 if (line.find(" NOTIFICATION ") == std::string::npos) { // a code with a layout
                     EXPECT_NE(line.find("(frame ends early)"), std::string::npos) << line;
-                    EXPECT_EQ(line.find('='), std::string::npos) << line; // no field was shown
+                    EXPECT_EQ(line.find('='), std::string::npos) << line;
                 }
             }
         }
