@@ -84,9 +84,11 @@ TEST(ReportQueue, StopWakesBothSides)
 }
 
 // A high-speed adapter streams UART bytes back as notifications and then a 64-KiB answer, 8,000
-// reports per second, into a list of 64; the handler spends 1 ms on each notification.
-TEST(SlowHandler, LongAnswerAndNotificationsArriveWhole)
+// reports per second, into a list of 64; the handler spends 1 ms on each notification. Whole
+// when both rounds came back complete and the adapter dropped nothing.
+bool slowHandlerRunIsWhole()
 {
+    tv::reset(); // the adapter of an earlier run
     tv::VirtualAdapter adapter = tv::attach(pacedConfig(0x82FD));
     SessionOptions options{};
     options.matchResponses = true;
@@ -95,17 +97,26 @@ TEST(SlowHandler, LongAnswerAndNotificationsArriveWhole)
     loss::UartSink sink;
     sink.handlerMicros = 1000;
     sdk.onNotification([&](const Notification& n) { sink.take(n); });
-    ASSERT_TRUE(sdk.connect());
-    ASSERT_TRUE(loss::initSpiAndUart(sdk));
+    if (!sdk.connect() || !loss::initSpiAndUart(sdk)) return false;
     Bytes message(60000);
     for (std::size_t i = 0; i < message.size(); ++i) message[i] = static_cast<std::uint8_t>(i * 31 + 7);
+    bool whole = true;
     for (int round = 0; round < 2; ++round) {
         // No wait for the looped bytes: the notifications came before the answer, all of them.
         const loss::Round r = loss::streamRound(sdk, sink, message, {}, 0ms);
-        EXPECT_TRUE(r.uartWhole);
-        EXPECT_EQ(r.spi, loss::Read::WHOLE);
+        whole = whole && r.uartWhole && r.spi == loss::Read::WHOLE;
     }
-    EXPECT_EQ(adapter.droppedInputReports(), 0u);
+    return whole && adapter.droppedInputReports() == 0;
+}
+
+// A reader that waits for the handler loses reports in every run. A reader that keeps up can
+// still be held off the CPU for the 8 ms the list covers by a busy machine (tests run side by
+// side), so a run that lost reports is tried again, up to three runs in all.
+TEST(SlowHandler, LongAnswerAndNotificationsArriveWhole)
+{
+    int run = 0;
+    while (run < 3 && !slowHandlerRunIsWhole()) ++run;
+    EXPECT_LT(run, 3) << "reports were lost in three runs out of three";
 }
 
 } // namespace
