@@ -17,6 +17,7 @@ def test_a_pipeline_reads_back_what_it_wrote_in_order(dev, virtual_adapter):
     dev.spi.init()
     dev.gpio.configure(0, GpioFunction.DIGITAL_OUTPUT, GpioLevel.LOW)
     dev.gpio.configure(1, GpioFunction.DIGITAL_INPUT)
+    virtual_adapter.clear_records()
     with dev.pipeline(window=4) as p:
         write = p.i2c_write(0x50, b"\x11\x22\x33", register=b"\x10")
         p.gpio_write(0, GpioLevel.HIGH)
@@ -29,7 +30,7 @@ def test_a_pipeline_reads_back_what_it_wrote_in_order(dev, virtual_adapter):
     assert [r.value for r in reads] == [b"\x11", b"\x22", b"\x33"]
     assert jedec.value[1:] == bytes.fromhex("ef3010")
     codes = [int.from_bytes(frame[2:4], "little") for frame in virtual_adapter.requests()]
-    assert codes[-7:] == [0x0904, 0x1402, 0x1403, 0x0905, 0x0905, 0x0905, 0x0D04]
+    assert codes == [0x0904, 0x1402, 0x1403, 0x0905, 0x0905, 0x0905, 0x0D04]
 
 
 def test_a_failing_command_fails_alone_and_run_raises_it(dev):
@@ -43,15 +44,6 @@ def test_a_failing_command_fails_alone_and_run_raises_it(dev):
         with pytest.raises(tarvix.DeviceError):
             absent.value
         assert p.run(check=False)[1] is absent
-
-
-def test_a_missing_answer_is_no_response_for_that_command_only(dev, virtual_adapter):
-    p = dev.pipeline()
-    first, second = p.gpio_read(1), p.gpio_read(1)
-    virtual_adapter.drop_next_responses(1)
-    p.run(check=False)
-    assert isinstance(pytest.raises(tarvix.NoResponse, lambda: first.value).value, tarvix.NoResponse)
-    assert second.status == 0
 
 
 def test_values_wait_for_run_and_fields_are_checked(dev):

@@ -19,14 +19,6 @@ def test_replug_brings_a_session_back(virtual_adapter):
         assert dev.info().serial_number == "TVX-0001"
 
 
-def test_requests_are_recorded_frame_by_frame(virtual_adapter):
-    with tarvix.Adapter(serial="TVX-0001") as dev:
-        virtual_adapter.clear_records()
-        dev.gpio.configure(5, tarvix.GpioFunction.DIGITAL_INPUT)
-    [frame] = virtual_adapter.requests()
-    assert frame[2:4] == b"\x01\x14" and frame[4] == 5
-
-
 def test_bad_control_arguments_raise_with_the_reason(virtual_adapter):
     with pytest.raises(tarvix.virtual.VirtualAdapterError, match="GPIO pin"):
         virtual_adapter.gpio_drive(9, True)

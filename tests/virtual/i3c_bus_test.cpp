@@ -1,6 +1,6 @@
-// The firmware's I3C bus beyond what the SDK's bus scenarios reach: address
-// assignment rules, the target table, CCC edge cases, transfer limits, bus
-// patterns and the events raised through the control API.
+// The firmware's I3C bus: address assignment and the target table, the CCCs,
+// private transfers in every mode and their limits, bus patterns and the
+// events raised through the control API.
 #include "tarvix_virtual/i3c_bus.hpp"
 
 #include "virtual_test_support.hpp"
@@ -13,8 +13,8 @@ constexpr auto kHdrActive = static_cast<std::uint16_t>(vt::I3cStatus::HDR_MODE_A
 
 constexpr std::uint8_t kBroadcast = 0x7E;
 constexpr std::uint8_t ENEC = 0x00, DISEC = 0x01, RSTDAA = 0x06, ENTDAA = 0x07, SETMRL = 0x0A, SETDASA = 0x87,
-                       SETNEWDA = 0x88, SETMWL_D = 0x89, GETMWL = 0x8B, GETMRL = 0x8C, GETBCR = 0x8E, GETSTATUS = 0x90,
-                       GETMXDS = 0x94, GETCAPS = 0x95, RSTACT_D = 0x9A;
+                       SETNEWDA = 0x88, SETMWL_D = 0x89, GETMWL = 0x8B, GETMRL = 0x8C, GETPID = 0x8D, GETBCR = 0x8E,
+                       GETDCR = 0x8F, GETSTATUS = 0x90, GETMXDS = 0x94, GETCAPS = 0x95, RSTACT_D = 0x9A;
 
 vt::I3cTargetConfig target(std::uint64_t pid, std::optional<std::uint8_t> staticAddress = std::nullopt)
 {
@@ -149,6 +149,26 @@ TEST_F(I3cFirmware, Entdaa_PoolSkipsAddressesOneBitFromBroadcast)
     EXPECT_EQ(addressOf(56), 0x40);
 }
 
+// The host's records replace the table: one found by PID asks ENTDAA for its address, which no
+// other target is given; one found by static address is filled in by SETDASA; the host's own
+// bytes stay in both.
+TEST_F(I3cFirmware, InitBus_RecordsAskForAddressesAndKeepTheHostsBytes)
+{
+    bus->attachTarget(target(0x10));
+    bus->attachTarget(target(0x20));
+    bus->attachTarget(target(0x30, 0x50));
+    const auto hostByte = [](vt::Bytes r) {
+        r[15] = 0xA5;
+        return r;
+    };
+    const vt::Bytes records = concat(concat({2}, hostByte(record(0, 0x08, 0x20))), hostByte(record(0x50, 0, 0)));
+    EXPECT_EQ(statusOf(send(vt::codes::I3C_INIT_BUS, records)), kSuccess);
+    EXPECT_EQ(ccc(0x50, SETDASA, {0x0A << 1}).status, kSuccess);
+    EXPECT_EQ(ccc(kBroadcast, ENTDAA).status, kSuccess); // 0x10 first, but 0x08 is asked for by 0x20
+    EXPECT_EQ(table(), (std::vector<vt::Bytes>{hostByte(record(0, 0x08, 0x20)), hostByte(record(0x50, 0x0A, 0x30)),
+                                               record(0, 0x09, 0x10)}));
+}
+
 TEST_F(I3cFirmware, DirectAddressing_SetdasaNeedsAnUnaddressedStaticAddressSetnewdaAFreeOne)
 {
     bus->attachTarget(target(0x10));
@@ -196,6 +216,9 @@ TEST_F(I3cFirmware, GetCccs_AnswerMostSignificantByteFirstAndNackWhatIsNotConfig
     bare.capabilities.clear();
     bus->attachTarget(bare);
     ccc(kBroadcast, ENTDAA); // 0x08, then 0x09
+    EXPECT_EQ(cccRead(0x08, GETPID, 6).data, (vt::Bytes{0, 0, 0, 0, 0, 0x10}));
+    EXPECT_EQ(cccRead(0x08, GETBCR, 1).data, vt::Bytes{0x06});
+    EXPECT_EQ(cccRead(0x08, GETDCR, 1).data, vt::Bytes{0xC0});
     EXPECT_EQ(cccRead(0x08, GETSTATUS, 2).data, (vt::Bytes{0xA5, 0x5A}));
     EXPECT_EQ(cccRead(0x08, GETMXDS, 5).data, (vt::Bytes{0x01, 0x02}));
     EXPECT_EQ(cccRead(0x08, GETCAPS, 4).data, (vt::Bytes{0x01, 0x22, 0x33, 0x44})); // no more than asked for
@@ -243,6 +266,21 @@ TEST_F(I3cFirmware, Sdr_RegisterBytesMoveThePointerAndDataWrapsAround)
     // Two register bytes, most significant first: 0x01FE modulo 256.
     EXPECT_EQ(sdrRead(0x08, {0x01, 0xFE}, 2).data, (vt::Bytes{1, 2}));
     EXPECT_EQ(sdrRead(0x08, {}, 1).data, (vt::Bytes{3})); // no register: go on from the pointer
+}
+
+// HDR-DDR reaches the memory at the command's low seven bits, and the bus stays in HDR mode until
+// the exit pattern; a legacy I2C target's memory then answers as an SDR target's does.
+TEST_F(I3cFirmware, HdrDdrAndLegacyI2c_WhatIsWrittenReadsBackOnceTheExitPatternEndsHdr)
+{
+    bus->attachTarget(target(0x10));
+    bus->attachLegacyTarget(0x50);
+    ccc(kBroadcast, ENTDAA);
+    EXPECT_EQ(transfer(1, 0x08, {0x20}, {0xD1, 0xD2}).status, kSuccess);
+    EXPECT_EQ(transfer(1, 0x08, {0xA0}, {}, 2).data, (vt::Bytes{0xD1, 0xD2}));
+    EXPECT_EQ(transfer(2, 0x50, {}, {}, 1).status, kHdrActive);
+    EXPECT_EQ(statusOf(send(vt::codes::I3C_BUS_PATTERN, {0x01})), kSuccess);
+    EXPECT_EQ(transfer(2, 0x50, {0x00, 0x40}, {0xE1, 0xE2}).status, kSuccess);
+    EXPECT_EQ(transfer(2, 0x50, {0x00, 0x40}, {}, 2).data, (vt::Bytes{0xE1, 0xE2}));
 }
 
 TEST_F(I3cFirmware, Transfers_KeepToTheTargetsLengthsAndAbsentOrIncapableTargetsNack)
