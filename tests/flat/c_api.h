@@ -13,8 +13,7 @@ extern "C" {
 int flat_c_null_handle(void);
 
 /* A session on the adapter with serial number `serial`, whose firmware the caller has scripted:
- * GPIO read (0x1403) answers a GPIO interrupt notification for pin 5, then level 1; the I2C scan
- * (0x0906) finds 0x48 and 0x50 (one-byte entries). */
+ * GPIO read (0x1403) answers a GPIO interrupt notification for pin 5, then level 1. */
 int flat_c_session(const char* serial, const char* manufacturer);
 
 /* Connects by `serial` on a host where a HID device listed before the adapter has a serial

@@ -26,13 +26,15 @@ Bytes cccAnswer(Bytes data)
 using FlatChecks = FlatSessionTest;
 using FlatConversions = FlatSessionTest;
 
-TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
+// The pointers the flat layer needs; the CCC reads made from one macro row share their check, so
+// one of each stands for all. A register address over four bytes, an I2C bus past 1 and a null
+// scan count are refused by the blocking methods themselves (the families' tests).
+TEST_F(FlatChecks, NeededNullPointersAreRefusedBeforeSending)
 {
     std::uint16_t word = 0;
     std::uint8_t byte = 0;
     std::uint8_t buffer[255] = {};
     I3cTargetInfo table[1] = {};
-    const std::uint8_t fiveBytes[5] = {1, 2, 3, 4, 5};
     const std::pair<const char*, StatusCode> calls[] = {
         {"GetDeviceInfo", TarvixSDK_GetDeviceInfo(h(), nullptr)},
         {"GpioGetVoltage", TarvixSDK_GpioGetVoltage(h(), nullptr)},
@@ -41,13 +43,9 @@ TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
         {"UartGetBusVoltage", TarvixSDK_UartGetBusVoltage(h(), nullptr)},
         {"I3cGetBusVoltage first", TarvixSDK_I3cGetBusVoltage(h(), nullptr, &word)},
         {"I3cGetBusVoltage second", TarvixSDK_I3cGetBusVoltage(h(), &word, nullptr)},
-        {"I2cRead five-byte register", TarvixSDK_I2cRead(h(), 0, 0x50, fiveBytes, 5, 1, buffer, false)},
         {"I2cRead null register", TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 2, 1, buffer, false)},
         {"I2cRead null buffer", TarvixSDK_I2cRead(h(), 0, 0x50, nullptr, 0, 1, nullptr, false)},
-        {"I2cWrite five-byte register", TarvixSDK_I2cWrite(h(), 0, 0x50, fiveBytes, 5, buffer, 1, false)},
         {"I2cWrite null data", TarvixSDK_I2cWrite(h(), 0, 0x50, nullptr, 0, nullptr, 3, false)},
-        {"I2cScanBus bus 2", TarvixSDK_I2cScanBus(h(), buffer, 255, &byte, &byte, 2, false)},
-        {"I2cScanBus null count", TarvixSDK_I2cScanBus(h(), buffer, 255, &byte, nullptr, 0, false)},
         {"I2cScanBus null list", TarvixSDK_I2cScanBus(h(), nullptr, 255, &byte, &byte, 0, false)},
         {"I3cGetDeviceTable null count", TarvixSDK_I3cGetDeviceTable(h(), table, 1, nullptr)},
         {"I3cGetDeviceTable null table", TarvixSDK_I3cGetDeviceTable(h(), nullptr, 1, &byte)},
@@ -55,8 +53,6 @@ TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
          TarvixSDK_I3cSdrRead(h(), 8, nullptr, 0, 4, buffer, nullptr, I3cTransferFlags::NONE)},
         {"I3cSdrRead null register",
          TarvixSDK_I3cSdrRead(h(), 8, nullptr, 1, 4, buffer, &word, I3cTransferFlags::NONE)},
-        {"I3cLegacyI2CRead five-byte register",
-         TarvixSDK_I3cLegacyI2CRead(h(), 8, fiveBytes, 5, 4, buffer, I3cTransferFlags::NONE)},
         {"I3cLegacyI2CRead null data",
          TarvixSDK_I3cLegacyI2CRead(h(), 8, nullptr, 0, 4, nullptr, I3cTransferFlags::NONE)},
         {"I3cSdrWrite null data", TarvixSDK_I3cSdrWrite(h(), 8, nullptr, 0, nullptr, 2, I3cTransferFlags::NONE)},
@@ -67,12 +63,8 @@ TEST_F(FlatChecks, NeededNullPointersAndBadLengthsAreRefusedBeforeSending)
         {"GETMWL", TarvixSDK_I3cCccGETMWL(h(), 8, nullptr)},
         {"GETMRL", TarvixSDK_I3cCccGETMRL(h(), 8, nullptr, &byte, &byte)},
         {"GETPID", TarvixSDK_I3cCccGETPID(h(), 8, nullptr)},
-        {"GETBCR", TarvixSDK_I3cCccGETBCR(h(), 8, nullptr)},
-        {"GETDCR", TarvixSDK_I3cCccGETDCR(h(), 8, nullptr)},
         {"GETMXDS", TarvixSDK_I3cCccGETMXDS(h(), 8, buffer, nullptr)},
-        {"GETXTIME", TarvixSDK_I3cCccGETXTIME(h(), 8, nullptr, &byte)},
         {"GETCAPS", TarvixSDK_I3cCccGETCAPS(h(), 8, nullptr, &byte, true, 0)},
-        {"GETSTATUS", TarvixSDK_I3cCccGETSTATUS(h(), 8, buffer, nullptr, false, 0)},
         {"RSTACT read", TarvixSDK_I3cCccRSTACTDirect(h(), 8, 0x82, 1, nullptr)},
         {"SETBUSCON", TarvixSDK_I3cCccSETBUSCONBroadcast(h(), 1, nullptr, 1)},
         {"SETXTIME broadcast", TarvixSDK_I3cCccSETXTIMEBroadcast(h(), 1, nullptr, 2)},

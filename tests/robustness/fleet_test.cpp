@@ -63,14 +63,10 @@ TEST_F(Fleet, EightAdaptersEightSessionsNothingCrosses)
                 }
             }
             // Stay connected until every notification has come in.
-            for (int wait = 0; wait < 1000 && notified.load() < kAdapters * kNotifications; ++wait) {
-                std::this_thread::sleep_for(5ms);
-            }
+            eventually([&] { return notified.load() >= kAdapters * kNotifications; });
         });
     }
-    while (ready.load() < kAdapters) {
-        std::this_thread::sleep_for(1ms);
-    }
+    eventually([&] { return ready.load() == kAdapters; });
     go.store(true);
     for (int n = 0; n < kNotifications; ++n) {
         for (std::size_t i = 0; i < kAdapters; ++i) {

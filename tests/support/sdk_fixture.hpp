@@ -138,9 +138,6 @@ protected:
         });
     }
 
-    // Answers the next request, whatever it is, with exactly `frame` (already a whole frame).
-    void answerNextWith(Bytes frame) { adapter_->answerNextRequestWithFrames({std::move(frame)}); }
-
 private:
     std::optional<tv::VirtualAdapter> adapter_;
 };

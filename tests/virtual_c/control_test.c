@@ -173,7 +173,6 @@ static void Notifications_InjectedAndFromTheBench(void)
     TarvixVirtual_InitI3cTargetConfig(&target);
     target.pid = 0x0123456789AB;
     CHECK(TarvixVirtual_I3cAttachTarget(adapter, &target) == 0);
-    CHECK(TarvixVirtual_I3cAttachTarget(adapter, &target) == -1); /* the same PID twice */
     CHECK(TarvixVirtual_I3cRaiseIbi(adapter, target.pid, NULL, 0) == TarvixVirtual_I3C_REFUSED); /* no address yet */
     CHECK(TarvixSDK_I3cCccENTDAA(sdk) == StatusCode_SUCCESS);
     TarvixVirtual_I3cTargetState state;
