@@ -1,7 +1,10 @@
 // Unsolicited frames (transaction id 0) as Notification records and their typed views.
 #include <sdk_fixture.hpp>
+#include <tarvix_virtual/targets.hpp>
 
+#include <atomic>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <tuple>
 
@@ -108,6 +111,38 @@ TEST_F(Notifications, ArriveOnlyWhileAHandlerIsSet)
     ASSERT_EQ(seen.size(), 2u);
     EXPECT_EQ(seen[0].views, "gpio 1;");
     EXPECT_EQ(seen[1].views, "gpio 3;");
+}
+
+using NotificationDuringACall = SyncSessionTest;
+
+// The pin changes inside the read, between the request and its answer: the adapter's responder
+// drives it, so the interrupt is queued ahead of the answer. The reader hands frames over in
+// order, so the handler must run before the read returns, and the read must still get its own
+// answer (had the notification completed it, the level would be the pin number, 6).
+TEST_F(NotificationDuringACall, InterruptArrivesWhileABlockingCallWaits)
+{
+    auto returned = std::make_shared<std::atomic<bool>>(false);           // shared: the handler outlives this body
+    auto seen = std::make_shared<Inbox<std::pair<std::uint8_t, bool>>>(); // pin, read already returned
+    sdk().onNotification([seen, returned](const Notification& n) {
+        if (const GpioInterruptNotification* gpio = n.gpio()) {
+            seen->push({gpio->pinNumber, returned->load()});
+        }
+    });
+    ASSERT_EQ(sdk().gpioConfigurePin(GpioPinNumber::GPIO_6, GpioFunctionality::DIGITAL_INTERRUPT, GpioLogicLevel::LOW),
+              StatusCode::SUCCESS);
+    ASSERT_EQ(sdk().gpioConfigureInterrupt(GpioPinNumber::GPIO_6, GpioTriggerType::BOTH_EDGES), StatusCode::SUCCESS);
+    adapter().setResponder(0x1403, [this](const Bytes& request) {
+        tv::gpioDrive(adapter(), 6, true);
+        return std::vector<Bytes>{tv::responseFrame(tv::transactionIdOf(request), 0x1403, 0, {0})};
+    });
+    GpioLogicLevel level = GpioLogicLevel::HIGH;
+    EXPECT_EQ(sdk().gpioDigitalRead(GpioPinNumber::GPIO_6, level), StatusCode::SUCCESS);
+    returned->store(true);
+    EXPECT_EQ(level, GpioLogicLevel::LOW);
+    const std::vector<std::pair<std::uint8_t, bool>> interrupts = seen->waitFor(1);
+    ASSERT_EQ(interrupts.size(), 1u);
+    EXPECT_EQ(interrupts[0].first, 6);
+    EXPECT_FALSE(interrupts[0].second) << "the interrupt reached the handler only after the read returned";
 }
 
 } // namespace
