@@ -7,6 +7,7 @@
 
 #include <cstdio>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <thread>
@@ -59,9 +60,10 @@ TEST_F(Faults, UnplugInTheMiddleOfALongAnswer)
     Bytes answer = tv::responseFrame(0, 0x0D04, 0, Bytes(2000, 0x5A));
     std::vector<Bytes> reports;
     for (std::size_t offset = 0; offset < answer.size() / 2; offset += 62) {
-        Bytes report{static_cast<std::uint8_t>(62 << 2 | (offset == 0 ? 1 : 0)), 0}; // 62 bytes, first?
+        Bytes report(64);
+        report[0] = static_cast<std::uint8_t>(62 << 2 | (offset == 0 ? 1 : 0)); // 62 bytes, first?
         const auto from = answer.begin() + static_cast<std::ptrdiff_t>(offset);
-        report.insert(report.end(), from, from + 62);
+        std::copy(from, from + 62, report.begin() + 2);
         reports.push_back(report);
     }
     adapter().answerNextRequestWithReports(reports);
