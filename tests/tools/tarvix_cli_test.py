@@ -27,10 +27,12 @@ GRID = """\
 """
 
 
-def environment(adapters="TVX-0001", preload=True):
+def environment(adapters="TVX-0001", preload=True, i3c=None):
     env = dict(os.environ)
-    env.pop("LD_PRELOAD", None)
-    env.pop("TARVIX_VIRTUAL_LIBRARY", None)
+    for name in ("LD_PRELOAD", "TARVIX_VIRTUAL_LIBRARY", "TARVIX_VIRTUAL_I3C_TARGETS"):
+        env.pop(name, None)
+    if i3c is not None:
+        env["TARVIX_VIRTUAL_I3C_TARGETS"] = i3c
     if preload:
         env["LD_PRELOAD"] = VIRTUAL
     if adapters is None:
@@ -206,6 +208,94 @@ def group_rail_i3c():
     expect(tarvix("i3c", "ccc", "getpid", "0x08"), 1, stderr_contains=["GETPID"])
     expect(tarvix("i3c", "ccc", "GETFOO"), 2, stderr_contains=["unknown CCC"])
     expect(tarvix("i3c", "ccc", "SETDASA", "0x50"), 2, stderr_contains=["usage: i3c ccc SETDASA"])
+
+
+# Two I3C targets, decoded by hand from the bits the bus defines: PID 47..33 manufacturer, 32
+# random, then part 31..16, instance 15..12, extra 11..0; BCR 7..6 role, then one flag a bit.
+PLAIN, RANDOM = 0x04A212345678, 0x04A3DEADBEEF
+TARGETS = f"{PLAIN:#x},{RANDOM:#x}:0x67:0x44@0x30"
+HEADER = "static  dynamic  bcr   dcr   pid\n"
+PLAIN_TEXT = "04a212345678 (mfr 0x0251, part 0x1234, instance 5)"
+RANDOM_TEXT = "04a3deadbeef (mfr 0x0251, random 0xdeadbeef)"
+RANDOM_BCR = "controller-capable,speed-limit,ibi,ibi-payload,caps"
+
+
+def pid_json(pid, text):
+    return {"value": f"{pid:012x}", "text": text, "manufacturerId": pid >> 33, "randomValue": bool(pid >> 32 & 1),
+            "partId": pid >> 16 & 0xFFFF, "instanceId": pid >> 12 & 0xF, "extraInfo": pid & 0xFFF}
+
+
+def bcr_json(raw, text):
+    flags = ["maxDataSpeedLimitation", "ibiRequestCapable", "ibiPayload", "offlineCapable", "virtualTargetSupport",
+             "advancedCapabilities"]
+    return {"raw": raw, "text": text, "role": raw >> 6, **{flag: bool(raw >> bit & 1) for bit, flag in enumerate(flags)}}
+
+
+def row_json(static, dynamic, pid, pid_text, bcr, bcr_text, dcr):
+    return {"staticAddress": static, "dynamicAddress": dynamic, "pid": pid_json(pid, pid_text),
+            "bcr": bcr_json(bcr, bcr_text), "dcr": dcr}
+
+
+def group_i3c_targets():
+    # ENTDAA goes lowest PID first from 0x08; a static address does not stop a target taking part.
+    daa_text = (HEADER + f"0x00    0x08     0x02  0x00  {PLAIN_TEXT}  target,ibi\n"
+                f"0x30    0x09     0x67  0x44  {RANDOM_TEXT}  {RANDOM_BCR}\n")
+    expect(tarvix("i3c", "daa", i3c=TARGETS), 0, stdout=daa_text)
+    assert expect_json(tarvix("i3c", "daa", "--json", i3c=TARGETS))["targets"] == [
+        row_json(0, 0x08, PLAIN, PLAIN_TEXT, 0x02, "target,ibi", 0x00),
+        row_json(0x30, 0x09, RANDOM, RANDOM_TEXT, 0x67, RANDOM_BCR, 0x44)], "daa --json"
+    # Each run is a fresh adapter: nothing addressed, an empty table.
+    expect(tarvix("i3c", "table", i3c=TARGETS), 0, stdout=HEADER)
+
+    # Addressed from the start (as a previous run leaves a powered adapter): the rows come in
+    # the order the targets got their addresses, and ENTDAA skips the address in use.
+    addressed = f"{PLAIN:#x},{RANDOM:#x}:0x67:0x44@0x30=0x08"
+    expect(tarvix("i3c", "table", i3c=addressed), 0,
+           stdout=HEADER + f"0x30    0x08     0x67  0x44  {RANDOM_TEXT}  {RANDOM_BCR}\n")
+    expect(tarvix("i3c", "daa", i3c=addressed), 0,
+           stdout=HEADER + f"0x30    0x08     0x67  0x44  {RANDOM_TEXT}  {RANDOM_BCR}\n"
+                           f"0x00    0x09     0x02  0x00  {PLAIN_TEXT}  target,ibi\n")
+
+    # The GETs, each checked as text and as JSON; the model answers its configured values.
+    both = f"{PLAIN:#x}=0x08,{RANDOM:#x}:0x67:0x44@0x30=0x09"
+    for words, text, fields in (
+            (["GETPID", "9"], f"pid: {RANDOM_TEXT}\ndata: 0x04 0xa3 0xde 0xad 0xbe 0xef\n",
+             {"pid": pid_json(RANDOM, RANDOM_TEXT), "data": [0x04, 0xA3, 0xDE, 0xAD, 0xBE, 0xEF]}),
+            (["getbcr", "0x09"], f"bcr: {RANDOM_BCR}\n", {"bcr": bcr_json(0x67, RANDOM_BCR)}),
+            (["GETBCR", "0x08"], "bcr: target,ibi\n", {"bcr": bcr_json(0x02, "target,ibi")}),
+            (["GETDCR", "0x09"], "dcr: 0x44\n", {"dcr": 0x44}),
+            (["GETMWL", "0x08"], "maxWriteLength: 256\n", {"maxWriteLength": 256}),
+            (["GETMRL", "0x08"], "maxReadLength: 256\nmaxIbiPayloadSize: null\n",
+             {"maxReadLength": 256, "maxIbiPayloadSize": None}),
+            (["GETSTATUS", "0x08"], "data: 0x00 0x00\n", {"data": [0, 0]}),
+            (["GETSTATUS", "0x08", "0"], "data: 0x00 0x00\n", {"data": [0, 0]}),
+            (["GETCAPS", "0x09"], "data: 0x01\n", {"data": [0x01]})):
+        expect(tarvix("i3c", "ccc", *words, i3c=both), 0, stdout=text)
+        address = int(words[1], 0)
+        result = expect_json(tarvix("i3c", "ccc", *words, "--json", i3c=both))
+        assert result == {"ccc": words[0].upper(), "address": address, **fields}, (words, result)
+    # What a target does not answer: no GETMXDS value, a defining byte it does not know, no
+    # target at the address.
+    for words in (["GETMXDS", "0x08"], ["GETSTATUS", "0x08", "1"], ["GETCAPS", "0x09", "2"], ["GETPID", "0x0a"]):
+        expect(tarvix("i3c", "ccc", *words, i3c=both), 1, stderr_contains=[words[0]])
+
+
+def group_i3c_setting():
+    # Bad entries are reported one line each and skipped; the good ones still attach.
+    result = expect(tarvix("i3c", "table", i3c=f"zz,{PLAIN:#x}=0x08,0x1:0x100,0x2@0x30:1,0x3=0x7e,,0x4=0x08"), 0,
+                    stdout=HEADER + f"0x00    0x08     0x02  0x00  {PLAIN_TEXT}  target,ibi\n")
+    grammar = "is not PID[:BCR[:DCR]][@STATIC][=DYNAMIC]"
+    assert result.stderr.splitlines() == [
+        f'tarvix-virtual: TARVIX_VIRTUAL_I3C_TARGETS entry "zz" {grammar} (bad PID "zz"); skipped',
+        f'tarvix-virtual: TARVIX_VIRTUAL_I3C_TARGETS entry "0x1:0x100" {grammar} (bad BCR "0x100"); skipped',
+        f'tarvix-virtual: TARVIX_VIRTUAL_I3C_TARGETS entry "0x2@0x30:1" {grammar} (unexpected ":1"); skipped',
+        'tarvix-virtual: cannot attach I3C target "0x3=0x7e" to virtual/0: the dynamic address is reserved or in use',
+        'tarvix-virtual: cannot attach I3C target "0x4=0x08" to virtual/0: the dynamic address is reserved or in use',
+    ], result.stderr
+    # Every plugged adapter gets the targets; decimal fields and a PID without 0x are fine.
+    for path in ("virtual/0", "virtual/1"):
+        expect(tarvix("i3c", "ccc", "GETDCR", "10", "--path", path, adapters="A,B", i3c="04a212345678:2:200=10"), 0,
+               stdout="dcr: 0xc8\n")
 
 
 def group_usage():
