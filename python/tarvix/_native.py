@@ -18,7 +18,7 @@ import ctypes.util
 import os
 import threading
 from pathlib import Path
-from typing import Dict, List, Optional, Sequence, Tuple
+from typing import Any, Dict, List, Optional, Sequence, Tuple
 
 from .errors import LibraryNotFound
 
@@ -110,10 +110,9 @@ H = ctypes.c_void_p  # TarvixSDK_Handle*
 S = c_u16  # StatusCode
 E = c_u32  # an enumeration
 
-# clang-format-like table: name -> (result, arguments after the handle, or None for no handle)
 # fmt: off
 _SDK_FUNCTIONS: Dict[str, Tuple[object, Sequence[object], bool]] = {
-    # name: (result type, argument types, takes a handle first)
+    # name: (result type, argument types after the handle, takes a handle first)
     "TarvixSDK_ListAdapters": (S, [ctypes.POINTER(AdapterInfoRecord), c_size, p_size], False),
     "TarvixSDK_GetVersion": (ctypes.c_char_p, [], False),
     "TarvixSDK_StatusName": (ctypes.c_char_p, [S], False),
@@ -222,6 +221,36 @@ _SDK_FUNCTIONS: Dict[str, Tuple[object, Sequence[object], bool]] = {
 # fmt: on
 
 
+# The largest value of each unsigned C integer type. ctypes cuts a wider value to fit without a
+# word, so the callers refuse it before the call.
+_MAXIMA: Dict[object, int] = {c_u8: 0xFF, c_u16: 0xFFFF, c_u32: 0xFFFFFFFF}
+
+
+def limits(table: Dict[str, Tuple[object, Sequence[object], bool]]) -> Dict[str, Tuple[Optional[int], ...]]:
+    """For each function of `table`, the largest value of each argument after the handle (None
+    where the argument is no unsigned integer)."""
+    return {name: tuple(_MAXIMA.get(kind) for kind in arguments)
+            for name, (_result, arguments, _takes_handle) in table.items()}
+
+
+def too_wide(function_limits: Tuple[Optional[int], ...], arguments: Sequence[Any]) -> Optional[Tuple[Any, int]]:
+    """The first argument above its limit, with that limit; None when all fit."""
+    for value, limit in zip(arguments, function_limits):
+        if limit is not None and not 0 <= value <= limit:
+            return value, limit
+    return None
+
+
+SDK_LIMITS = limits(_SDK_FUNCTIONS)
+
+
+def check_fits(command: str, function: str, arguments: Sequence[Any]) -> None:
+    """Raises ValueError when an argument of SDK function `function` does not fit its C field."""
+    wide = too_wide(SDK_LIMITS[function], arguments)
+    if wide is not None:
+        raise ValueError("%s: %r does not fit the command's %d-bit field" % (command, wide[0], wide[1].bit_length()))
+
+
 def _declare(library: ctypes.CDLL, table: Dict[str, Tuple[object, Sequence[object], bool]], handle: object) -> None:
     for name, (result, arguments, takes_handle) in table.items():
         function = getattr(library, name)
@@ -259,6 +288,8 @@ def _load(environment: str, filename: str, short_name: str, mode: int) -> ctypes
 def sdk() -> ctypes.CDLL:
     """libtarvixsdk.so with its signatures declared, loaded on first use."""
     global _sdk
+    if _sdk is not None:  # every command asks: no lock once loaded
+        return _sdk
     with _lock:
         if _sdk is None:
             library = _load(SDK_ENVIRONMENT, "libtarvixsdk.so", "tarvixsdk", ctypes.DEFAULT_MODE)

@@ -6,7 +6,7 @@ import ctypes
 import threading
 import weakref
 from dataclasses import dataclass
-from typing import Any, Dict, List, Optional, Tuple, Union
+from typing import Any, List, Optional, Tuple, Union
 
 from . import _native
 from .enums import (ConnectReason, GpioFunction, GpioLevel, GpioPin, GpioTrigger, I2cTransferRate, I3cDriveStrength,
@@ -18,19 +18,6 @@ from .notifications import Notification, NotificationCallback, NotificationStrea
 from .pipeline import Pipeline
 
 Bytes = Union[bytes, bytearray, memoryview]
-
-_BITS = {_native.c_u8: 8, _native.c_u16: 16, _native.c_u32: 32}
-
-
-def _limits(name: str) -> Tuple[Optional[int], ...]:
-    """Upper bounds of the integer arguments of one flat function (after the handle), so that a
-    value too wide is refused here instead of being cut by ctypes."""
-    _result, arguments, _takes_handle = _native._SDK_FUNCTIONS[name]
-    return tuple((1 << _BITS[kind]) - 1 if kind in _BITS else None for kind in arguments)
-
-
-_LIMITS: Dict[str, Tuple[Optional[int], ...]] = {name: _limits(name) for name in _native._SDK_FUNCTIONS}
-
 
 def _status_error(status: int, command: str) -> StatusError:
     library = _native.sdk()
@@ -210,10 +197,7 @@ class Adapter:
 
     def _call(self, command: str, function: str, *arguments: Any) -> None:
         """Calls flat function `function` with this session's handle; raises on a non-zero status."""
-        for value, limit in zip(arguments, _LIMITS[function]):
-            if limit is not None and not 0 <= value <= limit:
-                raise ValueError("%s: %r does not fit the command's %d-bit field" % (command, value,
-                                                                                     limit.bit_length()))
+        _native.check_fits(command, function, arguments)
         with self._lock:
             status = getattr(_native.sdk(), function)(self._require_handle(command), *arguments)
         if status:

@@ -88,10 +88,7 @@ class Pipeline:
         self._adapter._pipelines.discard(self)
 
     def _queue(self, command: str, function: str, single: str, decode: Callable[[], Any], *arguments: Any) -> Result:
-        for value, limit in zip(arguments, _native_limits(single)):
-            if limit is not None and not 0 <= value <= limit:
-                raise ValueError("%s: %r does not fit the command's %d-bit field" % (command, value,
-                                                                                     limit.bit_length()))
+        _native.check_fits(command, single, arguments)
         if not self._pipeline:
             raise ValueError("%s: the pipeline is closed" % command)
         result = Result(command, decode)
@@ -155,8 +152,3 @@ class Pipeline:
                 if result.status:
                     result.value  # raises that command's error
         return list(self._results)
-
-
-def _native_limits(function: str) -> Any:
-    from .adapter import _LIMITS
-    return _LIMITS[function]

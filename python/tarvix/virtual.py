@@ -119,7 +119,7 @@ _FUNCTIONS: Dict[str, Tuple[object, Sequence[object], bool]] = {
 }
 # fmt: on
 
-_NARROW = {_c_u8: 0xFF, _c_u16: 0xFFFF, _c_u32: 0xFFFFFFFF}
+_LIMITS = _native.limits(_FUNCTIONS)
 
 
 def _library() -> ctypes.CDLL:
@@ -217,9 +217,9 @@ class VirtualAdapter:
         return "path:" + self.path
 
     def _do(self, function: str, *arguments: Any) -> int:
-        for value, kind in zip(arguments, _FUNCTIONS[function][1]):
-            if kind in _NARROW and not 0 <= value <= _NARROW[kind]:
-                raise VirtualAdapterError("%s: %r is out of range" % (function, value))
+        wide = _native.too_wide(_LIMITS[function], arguments)
+        if wide is not None:
+            raise VirtualAdapterError("%s: %r is out of range" % (function, wide[0]))
         return _check(getattr(_library(), function)(self._handle, *arguments), function)
 
     def _bytes_out(self, function: str, *arguments: Any) -> bytes:
