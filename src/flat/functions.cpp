@@ -11,8 +11,10 @@
 #include <optional>
 #include <vector>
 
+using tarvix_flat::bytesFrom;
 using tarvix_flat::forward;
 using tarvix_flat::guard;
+using tarvix_flat::inputValid;
 using tarvix_flat::required;
 using tarvix_flat::unchecked;
 using H = TarvixSDK_Handle;
@@ -75,20 +77,9 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t kPidSize = 6;
 constexpr std::size_t kMaxCccData = 255;
 
-Bytes bytesFrom(const std::uint8_t* data, std::size_t count)
-{
-    return data != nullptr && count > 0 ? Bytes(data, data + count) : Bytes();
-}
-
 bool registerAddressValid(const std::uint8_t* registerAddress, std::uint8_t length) noexcept
 {
     return length <= tarvix_detail::kMaxRegisterAddressBytes && (length == 0 || registerAddress != nullptr);
-}
-
-// A buffer whose count says there is something to read must be there.
-bool inputValid(const void* data, std::size_t count) noexcept
-{
-    return count == 0 || data != nullptr;
 }
 
 // Results reach the caller's buffer, and their count its length variable (when it passed one),

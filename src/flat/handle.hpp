@@ -11,6 +11,7 @@
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 // Where notifications go: the plain callback or the one with user data, never both. Immutable
 // once published, and swapped whole, so that the reader never sees a callback with another
@@ -119,6 +120,18 @@ template <class T, bool kRequired>
 T& pass(const Out<T, kRequired>& out) noexcept
 {
     return *out.pointer;
+}
+
+// A caller's input array as bytes; a null pointer or a count of 0 gives none.
+inline std::vector<std::uint8_t> bytesFrom(const std::uint8_t* data, std::size_t count)
+{
+    return data != nullptr && count > 0 ? std::vector<std::uint8_t>(data, data + count) : std::vector<std::uint8_t>();
+}
+
+// A buffer whose count says there is something to read must be there.
+inline bool inputValid(const void* data, std::size_t count) noexcept
+{
+    return count == 0 || data != nullptr;
 }
 
 // The whole of a flat function that only forwards: null handle first, then the required output

@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+using tarvix_flat::bytesFrom;
 using tarvix_flat::guard;
+using tarvix_flat::inputValid;
 
 struct TarvixSDK_Pipeline {
     TarvixSDK_Handle* handle;
@@ -15,18 +17,6 @@ struct TarvixSDK_Pipeline {
 };
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-// An input array's copy; false for a null pointer with a non-zero length.
-bool copyIn(const std::uint8_t* data, std::size_t length, Bytes& out)
-{
-    if (data == nullptr) {
-        return length == 0;
-    }
-    out.assign(data, data + length);
-    return true;
-}
 
 // Queues `call(handle)`, which calls a flat function; its status goes to `status` on run.
 template <class Call>
@@ -61,11 +51,10 @@ StatusCode TarvixSDK_PipelineI2cRead(TarvixSDK_Pipeline* p, StatusCode* status, 
                                      const uint8_t* registerAddress, uint8_t registerAddressLength, uint16_t length,
                                      uint8_t* readData, bool flag)
 {
-    Bytes reg;
-    if (!copyIn(registerAddress, registerAddressLength, reg)) {
+    if (!inputValid(registerAddress, registerAddressLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return queue(p, status, [=](TarvixSDK_Handle* h) {
+    return queue(p, status, [=, reg = bytesFrom(registerAddress, registerAddressLength)](TarvixSDK_Handle* h) {
         return TarvixSDK_I2cRead(h, bus, targetAddress, reg.data(), registerAddressLength, length, readData, flag);
     });
 }
@@ -74,26 +63,26 @@ StatusCode TarvixSDK_PipelineI2cWrite(TarvixSDK_Pipeline* p, StatusCode* status,
                                       const uint8_t* registerAddress, uint8_t registerAddressLength,
                                       const uint8_t* data, uint32_t dataLength, bool flag)
 {
-    Bytes reg;
-    Bytes bytes;
-    if (!copyIn(registerAddress, registerAddressLength, reg) || !copyIn(data, dataLength, bytes)) {
+    if (!inputValid(registerAddress, registerAddressLength) || !inputValid(data, dataLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return queue(p, status, [=](TarvixSDK_Handle* h) {
-        return TarvixSDK_I2cWrite(h, bus, targetAddress, reg.data(), registerAddressLength, bytes.data(), dataLength,
-                                  flag);
-    });
+    return queue(p, status,
+                 [=, reg = bytesFrom(registerAddress, registerAddressLength),
+                  bytes = bytesFrom(data, dataLength)](TarvixSDK_Handle* h) {
+                     return TarvixSDK_I2cWrite(h, bus, targetAddress, reg.data(), registerAddressLength, bytes.data(),
+                                               dataLength, flag);
+                 });
 }
 
 StatusCode TarvixSDK_PipelineSpiTransfer(TarvixSDK_Pipeline* p, StatusCode* status, const uint8_t* txData,
                                          uint16_t txLength, uint8_t* rxBuffer, uint16_t length)
 {
-    Bytes tx;
-    if (!copyIn(txData, txLength, tx)) {
+    if (!inputValid(txData, txLength)) {
         return StatusCode::INVALID_ARGUMENT;
     }
-    return queue(p, status,
-                 [=](TarvixSDK_Handle* h) { return TarvixSDK_SpiTransfer(h, tx.data(), txLength, rxBuffer, length); });
+    return queue(p, status, [=, tx = bytesFrom(txData, txLength)](TarvixSDK_Handle* h) {
+        return TarvixSDK_SpiTransfer(h, tx.data(), txLength, rxBuffer, length);
+    });
 }
 
 StatusCode TarvixSDK_PipelineGpioDigitalRead(TarvixSDK_Pipeline* p, StatusCode* status, GpioPinNumber pin,

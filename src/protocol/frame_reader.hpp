@@ -103,8 +103,9 @@ public:
     // A frame longer than it declares (rejectOverlong only): outputs of variable data untouched.
     bool overlong() const noexcept { return overlong_; }
 
-    // What the blocking method returns: NO_RESPONSE for an overlong frame, the decoder's verdict, else RESPONSE_TOO_SHORT for a
-    // frame without a status or for a status 0 whose fields were missing, else the device status.
+    // What the blocking method returns: NO_RESPONSE for an overlong frame, the decoder's verdict,
+    // else RESPONSE_TOO_SHORT for a frame without a status or for a status 0 whose fields were
+    // missing, else the device status.
     StatusCode result() const noexcept
     {
         if (overlong_) {

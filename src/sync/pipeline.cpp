@@ -72,37 +72,35 @@ bool PipelineRun::offer(const std::vector<std::uint8_t>& frame)
 {
     const std::uint32_t frameKey = key(u16At(frame, kTransactionIdOffset), u16At(frame, kCodeOffset));
     const Clock::time_point now = Clock::now();
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (frame.size() >= 4) {
-            for (auto it = outstanding_.begin(); it != outstanding_.end(); ++it) {
-                Entry& entry = entries_[*it];
-                if (key(entry.id, entry.code) != frameKey) {
-                    continue;
-                }
-                const bool inTime = timeoutMs_ == -1 || now <= entry.deadline;
-                entry.state = inTime ? State::ANSWERED : State::TIMED_OUT;
-                if (inTime) {
-                    entry.frame.assign(frame.begin(), frame.end());
-                } else {
-                    ++dropped_;
-                }
-                outstanding_.erase(it);
-                changed_.notify_all();
-                return true;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (frame.size() >= 4) {
+        for (auto it = outstanding_.begin(); it != outstanding_.end(); ++it) {
+            Entry& entry = entries_[*it];
+            if (key(entry.id, entry.code) != frameKey) {
+                continue;
             }
-            if (stale_.erase(frameKey) != 0) {
+            const bool inTime = timeoutMs_ == -1 || now <= entry.deadline;
+            entry.state = inTime ? State::ANSWERED : State::TIMED_OUT;
+            if (inTime) {
+                entry.frame.assign(frame.begin(), frame.end());
+            } else {
                 ++dropped_;
-                return true;
             }
+            outstanding_.erase(it);
+            changed_.notify_all();
+            return true;
         }
-        if (!collecting_) {
-            return false;
+        if (stale_.erase(frameKey) != 0) {
+            ++dropped_;
+            return true;
         }
-        // During a run every answer belongs to it: a foreign or duplicated one is never decoded.
-        ++dropped_;
-        return true;
     }
+    if (!collecting_) {
+        return false;
+    }
+    // During a run every answer belongs to it: a foreign or duplicated one is never decoded.
+    ++dropped_;
+    return true;
 }
 
 void PipelineRun::abandon()
@@ -215,7 +213,7 @@ std::vector<StatusCode> TarvixSDK::runPipeline(const Pipeline& pipeline)
     } endRun{run};
     run.begin(pipeline.window());
     const auto pass = [&](PipelineRun::Pass which) {
-        run.startPass(which, 0);
+        run.startPass(which);
         for (std::size_t i = 0; i < steps.size(); ++i) {
             run.nextStep(i);
             try {

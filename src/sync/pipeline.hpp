@@ -37,10 +37,10 @@ public:
     // Caller thread: a run of `window` requests in flight at most. Forgets the entries of the
     // previous run (their late answers stay recognised as stale).
     void begin(std::size_t window);
-    void startPass(Pass pass, std::size_t step) noexcept
+    void startPass(Pass pass) noexcept
     {
         pass_ = pass;
-        step_ = step;
+        step_ = 0;
         cursor_ = 0;
     }
     void nextStep(std::size_t step) noexcept { step_ = step; }
