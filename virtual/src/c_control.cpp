@@ -73,6 +73,12 @@ Bytes bytesOf(const std::uint8_t* data, std::size_t length)
     return Bytes(data, data + length);
 }
 
+// A target's memory: the given bytes, or as many zeros when none are given.
+Bytes memoryOf(const std::uint8_t* data, std::size_t length)
+{
+    return data == nullptr ? Bytes(length, 0) : bytesOf(data, length);
+}
+
 // Hands out a byte array the snprintf way: at most `capacity` bytes copied, the whole length stored.
 void copyOut(const Bytes& bytes, std::uint8_t* buffer, std::size_t capacity, std::size_t* length)
 {
@@ -142,7 +148,7 @@ tarvix_virtual::I3cTargetConfig targetConfigOf(const TarvixVirtual_I3cTargetConf
     target.extendedTiming = bytesOf(c.extendedTiming, c.extendedTimingLength);
     target.resetTime = c.resetTime;
     target.hdrDdr = c.hdrDdr;
-    target.memory = c.memory == nullptr ? Bytes(c.memoryLength, 0) : bytesOf(c.memory, c.memoryLength);
+    target.memory = memoryOf(c.memory, c.memoryLength);
     return target;
 }
 
@@ -424,8 +430,7 @@ int TarvixVirtual_I3cAttachLegacyTarget(TarvixVirtual_Adapter* adapter, uint8_t 
                                         size_t length)
 {
     return call(adapter, [&](VirtualAdapter& a) {
-        tarvix_virtual::I3cBus(a).attachLegacyTarget(address,
-                                                     memory == nullptr ? Bytes(length, 0) : bytesOf(memory, length));
+        tarvix_virtual::I3cBus(a).attachLegacyTarget(address, memoryOf(memory, length));
     });
 }
 

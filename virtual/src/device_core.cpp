@@ -8,6 +8,13 @@
 
 namespace tarvix_virtual::detail {
 
+Clock::duration usbFrameTime(std::size_t reportSize, std::chrono::nanoseconds frame)
+{
+    if (frame.count() > 0) return frame;
+    if (reportSize <= 64) return std::chrono::milliseconds(1);
+    return std::chrono::microseconds(125);
+}
+
 DeviceCore::DeviceCore(std::size_t reportSize, FirmwareState firmware, InputSink& sink)
     : reportSize_(reportSize), sink_(sink), firmware_(std::move(firmware)), report_(reportSize)
 {}
@@ -152,11 +159,7 @@ void DeviceCore::setUsbTiming(const UsbTiming& timing)
     std::lock_guard<std::mutex> lock(mutex_);
     timing_ = timing;
     timing_.requestBuffer = std::max<std::size_t>(timing_.requestBuffer, 1);
-    // Full speed carries 64-byte reports in 1 ms frames; high speed up to
-    // 1024 bytes in 125 us microframes.
-    frame_ = timing.frame.count() > 0 ? Clock::duration(timing.frame)
-             : reportSize_ <= 64      ? Clock::duration(std::chrono::milliseconds(1))
-                                      : Clock::duration(std::chrono::microseconds(125));
+    frame_ = usbFrameTime(reportSize_, timing.frame);
     epoch_ = Clock::now();
     outFree_ = inFree_ = firmwareFree_ = epoch_;
     starts_.clear();

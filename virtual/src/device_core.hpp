@@ -23,6 +23,11 @@ namespace tarvix_virtual::detail {
 
 using Clock = std::chrono::steady_clock;
 
+// The USB frame time: @p frame when given, else by the report size. Full
+// speed carries 64-byte reports in 1 ms frames; high speed up to 1024 bytes in
+// 125 us microframes.
+Clock::duration usbFrameTime(std::size_t reportSize, std::chrono::nanoseconds frame);
+
 // Receives input reports, and learns when the device drops off the bus.
 // Called with the core's lock held, so it must not call back into the core.
 class InputSink {

@@ -73,8 +73,13 @@ VirtualAdapter::Impl::Impl(const AdapterConfig& config, std::string adapterPath,
       serialNumber(config.serialNumber), manufacturer(widen(config.manufacturer)), product(widen(config.product)),
       restartTime(config.restartTime), core(reportSize, detail::firmwareState(config, reportSize), *this)
 {
-    if (config.usbTiming.enabled) core.setUsbTiming(config.usbTiming);
-    if (config.usbTiming.enabled) hostQueue = config.usbTiming.hostQueue;
+    if (config.usbTiming.enabled) setUsbTiming(config.usbTiming);
+}
+
+void VirtualAdapter::Impl::setUsbTiming(const UsbTiming& timing)
+{
+    core.setUsbTiming(timing);
+    hostQueue = timing.enabled ? timing.hostQueue : 0;
 }
 
 std::shared_ptr<detail::InputQueue> VirtualAdapter::Impl::open()

@@ -56,6 +56,8 @@ struct __attribute__((visibility("hidden"))) VirtualAdapter::Impl final : detail
     // hidraw's bound on each handle's list of input reports (0: none), and what it dropped.
     std::atomic<std::size_t> hostQueue{0};
     std::atomic<std::size_t> droppedInput{0};
+    // VirtualAdapter::setUsbTiming: the device core's timing, and the host queue's bound with it.
+    void setUsbTiming(const UsbTiming& timing);
 
     // A new input queue for a handle, or null when unplugged or failing on purpose.
     std::shared_ptr<detail::InputQueue> open();

@@ -43,11 +43,26 @@ std::optional<detail::SpiFlash>& flashOf(FirmwareState& state, std::uint8_t chip
     return state.spi.flashes[chipSelect];
 }
 
-void raiseInterrupts(const detail::GpioState& gpio, const std::array<bool, detail::GpioState::kPins>& before,
-                     std::vector<Bytes>& raised)
+// The I2C part of type Part at @p address, or null when none (or another kind) is there.
+template <class Part>
+Part* partAt(FirmwareState& state, std::uint8_t bus, std::uint8_t address)
 {
-    for (const std::uint8_t pin : gpio.fired(before))
-        raised.push_back(notificationFrame(codes::GPIO_INTERRUPT, 0, {pin}));
+    auto& targets = busOf(state, bus, address).targets;
+    const auto it = targets.find(address);
+    return it == targets.end() ? nullptr : std::get_if<Part>(&it->second);
+}
+
+// Applies @p change to the pins; an input whose level it changes raises its interrupt as the
+// firmware would.
+template <class F>
+void changePins(const VirtualAdapter& adapter, F change)
+{
+    adapter.impl().core.withFirmwareRaising([&](FirmwareState& state, std::vector<Bytes>& raised) {
+        const auto before = state.gpio.levels();
+        change(state.gpio);
+        for (const std::uint8_t pin : state.gpio.fired(before))
+            raised.push_back(notificationFrame(codes::GPIO_INTERRUPT, 0, {pin}));
+    });
 }
 
 } // namespace
@@ -69,31 +84,19 @@ void gpioWire(const VirtualAdapter& adapter, std::uint8_t a, std::uint8_t b)
 {
     checkPin(a);
     checkPin(b);
-    adapter.impl().core.withFirmwareRaising([&](FirmwareState& state, std::vector<Bytes>& raised) {
-        const auto before = state.gpio.levels();
-        state.gpio.wire(a, b);
-        raiseInterrupts(state.gpio, before, raised);
-    });
+    changePins(adapter, [&](detail::GpioState& gpio) { gpio.wire(a, b); });
 }
 
 void gpioUnwire(const VirtualAdapter& adapter, std::uint8_t pin)
 {
     checkPin(pin);
-    adapter.impl().core.withFirmwareRaising([&](FirmwareState& state, std::vector<Bytes>& raised) {
-        const auto before = state.gpio.levels();
-        state.gpio.unwire(pin);
-        raiseInterrupts(state.gpio, before, raised);
-    });
+    changePins(adapter, [&](detail::GpioState& gpio) { gpio.unwire(pin); });
 }
 
 void gpioDrive(const VirtualAdapter& adapter, std::uint8_t pin, bool high)
 {
     checkPin(pin);
-    adapter.impl().core.withFirmwareRaising([&](FirmwareState& state, std::vector<Bytes>& raised) {
-        const auto before = state.gpio.levels();
-        state.gpio.pins[pin].driven = high;
-        raiseInterrupts(state.gpio, before, raised);
-    });
+    changePins(adapter, [&](detail::GpioState& gpio) { gpio.pins[pin].driven = high; });
 }
 
 bool gpioLevel(const VirtualAdapter& adapter, std::uint8_t pin)
@@ -132,10 +135,7 @@ void i2cDetach(const VirtualAdapter& adapter, std::uint8_t bus, std::uint8_t add
 std::optional<Bytes> i2cEepromContents(const VirtualAdapter& adapter, std::uint8_t bus, std::uint8_t address)
 {
     return withFirmware(adapter, [&](FirmwareState& state) -> std::optional<Bytes> {
-        auto& targets = busOf(state, bus, address).targets;
-        const auto it = targets.find(address);
-        if (it == targets.end()) return std::nullopt;
-        const auto* eeprom = std::get_if<detail::I2cEeprom>(&it->second);
+        const auto* eeprom = partAt<detail::I2cEeprom>(state, bus, address);
         if (!eeprom) return std::nullopt;
         return Bytes(eeprom->memory.begin(), eeprom->memory.end());
     });
@@ -147,9 +147,7 @@ bool i2cSetTemperature(const VirtualAdapter& adapter, std::uint8_t bus, std::uin
     const std::int32_t steps =
         std::clamp<std::int32_t>(milliCelsius / 1000 * 16 + milliCelsius % 1000 * 16 / 1000, -2048, 2047);
     return withFirmware(adapter, [&](FirmwareState& state) {
-        auto& targets = busOf(state, bus, address).targets;
-        const auto it = targets.find(address);
-        auto* sensor = it == targets.end() ? nullptr : std::get_if<detail::I2cTemperatureSensor>(&it->second);
+        auto* sensor = partAt<detail::I2cTemperatureSensor>(state, bus, address);
         if (sensor) sensor->registers[0] = static_cast<std::uint16_t>(steps * 16);
         return sensor != nullptr;
     });

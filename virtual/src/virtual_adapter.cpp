@@ -108,8 +108,7 @@ void VirtualAdapter::dropNextResponses(std::size_t count)
 }
 void VirtualAdapter::setUsbTiming(const UsbTiming& timing)
 {
-    impl_->core.setUsbTiming(timing);
-    impl_->hostQueue = timing.enabled ? timing.hostQueue : 0;
+    impl_->setUsbTiming(timing);
 }
 std::size_t VirtualAdapter::droppedInputReports() const
 {

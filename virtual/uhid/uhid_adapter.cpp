@@ -66,10 +66,8 @@ UhidAdapter::UhidAdapter(const UhidOptions& options)
     : serial_(narrow(options.config.serialNumber)), product_(options.config.product),
       vendorId_(options.config.vendorId), productId_(options.config.productId),
       restartTime_(options.config.restartTime), descriptor_(reportDescriptor(options.config.reportSize)),
-      spacing_(!options.pacing                   ? Clock::duration::zero()
-               : options.frame.count() > 0       ? Clock::duration(options.frame)
-               : options.config.reportSize <= 64 ? Clock::duration(std::chrono::milliseconds(1))
-                                                 : Clock::duration(std::chrono::microseconds(125))),
+      spacing_(options.pacing ? detail::usbFrameTime(options.config.reportSize, options.frame)
+                              : Clock::duration::zero()),
       core_(options.config.reportSize, detail::firmwareState(options.config, options.config.reportSize), *this)
 {
     if (options.pacing) {
